@@ -1,0 +1,28 @@
+//===- Vemlo/DB/DBException.h ---------------------------------------*- C++ -*-===//
+//
+// Reports a database failure (code 0).
+// Thrown as a pointer (`throw new DBException(message, code)`); the handler
+// that catches it owns it and deletes it.
+//
+//===----------------------------------------------------------------------===//
+#ifndef VEMLO_DB_DBEXCEPTION_H
+#define VEMLO_DB_DBEXCEPTION_H
+
+#include <Vemlo/Export.h>
+#include <Vemlo/Common/Exception.h>
+
+namespace Vemlo {
+namespace DB {
+
+class VEMLO_API DBException : public Vemlo::Common::Exception {
+public:
+    // The same three forms as Exception: (), (message), (message, code).
+    using Vemlo::Common::Exception::Exception;
+
+    ~DBException() override;
+};
+
+} // namespace DB
+} // namespace Vemlo
+
+#endif // VEMLO_DB_DBEXCEPTION_H

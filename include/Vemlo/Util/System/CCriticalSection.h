@@ -1,0 +1,81 @@
+//===- Vemlo/Util/System/CCriticalSection.h - Kernel critical section -*- C++ -*-===//
+//
+// CCriticalSection is a critical section held in the kernel: each object owns
+// one private System V semaphore set (value 0 free, 1 held), created by the
+// constructor and removed by the destructor, so every live section costs one
+// of the system's semaphore sets. Header-only.
+//
+// Promises a caller must know:
+//  - It is not recursive: entering a section the thread already holds waits
+//    for ever.
+//  - No SEM_UNDO: a thread or process that dies holding it leaves it held.
+//  - If the set cannot be created (the system limit is reached), the object
+//    still constructs with id -1, and Lock/Unlock then have no effect.
+//  - A set whose id is 0 is never removed by the destructor (the test is
+//    "greater than zero"); long-standing behaviour that is kept. On Linux
+//    only the very first set created in an IPC namespace gets id 0.
+//  - Results of semop are ignored and an interrupted wait is not retried.
+//
+//===----------------------------------------------------------------------===//
+#ifndef VEMLO_UTIL_SYSTEM_CCRITICALSECTION_H
+#define VEMLO_UTIL_SYSTEM_CCRITICALSECTION_H
+
+#include <Vemlo/Export.h>
+#include <Vemlo/Util/System/Semaphore.h>
+
+#include <sys/ipc.h>
+#include <sys/sem.h>
+
+namespace Vemlo {
+namespace Util {
+namespace System {
+
+class VEMLO_API CCriticalSection : public Semaphore {
+public:
+    // Creates a private semaphore set and sets its value to 0 (free). A
+    // failure is not reported: the id stays -1.
+    CCriticalSection() {
+        m_nSemId = semget(IPC_PRIVATE, 1, IPC_CREAT | IPC_EXCL | 0666);
+        if (m_nSemId >= 0) {
+            SemUnion arg;
+            arg.val = 0;
+            semctl(m_nSemId, 0, SETVAL, arg);
+        }
+    }
+
+    // Removes the set when its id is greater than 0. An id of 0 is never
+    // removed; kept as existing deployments have always had it.
+    virtual ~CCriticalSection() {
+        if (m_nSemId > 0) {
+            SemUnion arg;
+            arg.val = 0;
+            semctl(m_nSemId, 0, IPC_RMID, arg);
+        }
+    }
+
+    // Enters: waits until the value is 0, then adds 1, as one atomic semop.
+    void Lock() {
+        struct sembuf ops[2] = {{0, 0, 0}, {0, 1, 0}};
+        (void)semop(m_nSemId, ops, 2);
+    }
+
+    // Leaves: subtracts 1.
+    void Unlock() {
+        struct sembuf op = {0, -1, 0};
+        (void)semop(m_nSemId, &op, 1);
+    }
+
+private:
+    // The fourth argument of semctl, which callers must define themselves.
+    union SemUnion {
+        int val;
+        struct semid_ds* buf;
+        unsigned short* array;
+    };
+};
+
+} // namespace System
+} // namespace Util
+} // namespace Vemlo
+
+#endif // VEMLO_UTIL_SYSTEM_CCRITICALSECTION_H

@@ -1,0 +1,46 @@
+//===- Vemlo/Util/System/Mutex.h - A plain POSIX mutex ----------*- C++ -*-===//
+//
+// Mutex wraps a default (non-recursive, non-error-checking) POSIX mutex with
+// a name kept for identification only. The framework uses it as a gate: one
+// thread may lock it and another unlock it, which is why it has no owner
+// check. Header-only; not copyable.
+//
+//===----------------------------------------------------------------------===//
+#ifndef VEMLO_UTIL_SYSTEM_MUTEX_H
+#define VEMLO_UTIL_SYSTEM_MUTEX_H
+
+#include <Vemlo/Export.h>
+#include <Vemlo/String.h>
+
+#include <pthread.h>
+
+namespace Vemlo {
+namespace Util {
+namespace System {
+
+class VEMLO_API Mutex {
+public:
+    // Stores `name` (null gives an empty name) and initialises the mutex with
+    // default attributes.
+    explicit Mutex(const char* name) : m_sName(name) { pthread_mutex_init(&m_mutex, nullptr); }
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    virtual ~Mutex() { pthread_mutex_destroy(&m_mutex); }
+
+    void Lock() { pthread_mutex_lock(&m_mutex); }
+    void Unlock() { pthread_mutex_unlock(&m_mutex); }
+
+    const char* getName() const { return m_sName.c_str(); }
+
+private:
+    // Field order is the object's binary layout.
+    pthread_mutex_t m_mutex;
+    String m_sName;
+};
+
+} // namespace System
+} // namespace Util
+} // namespace Vemlo
+
+#endif // VEMLO_UTIL_SYSTEM_MUTEX_H

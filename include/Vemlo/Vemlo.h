@@ -1,0 +1,44 @@
+//===- Vemlo/Vemlo.h - Every public header of libVemlo ----------*- C++ -*-===//
+//
+// The umbrella header: an application may include only this one.
+//
+//===----------------------------------------------------------------------===//
+#ifndef VEMLO_VEMLO_H
+#define VEMLO_VEMLO_H
+
+#include <Vemlo/Export.h>
+
+// Core types
+#include <Vemlo/String.h>
+#include <Vemlo/Common/Exception.h>
+
+// Collections
+#include <Vemlo/Data/Object.h>
+
+// XML
+#include <Vemlo/Common/Xml/XmlException.h>
+
+// Properties and configuration
+#include <Vemlo/Data/Properties/PropertyException.h>
+#include <Vemlo/Config/ConfigurationException.h>
+
+// System services
+#include <Vemlo/Util/System/Semaphore.h>
+#include <Vemlo/Util/System/CCriticalSection.h>
+#include <Vemlo/Util/System/CSingleLock.h>
+#include <Vemlo/Util/System/Mutex.h>
+#include <Vemlo/Service/WorkException.h>
+
+// Logging
+#include <Vemlo/Log/LogException.h>
+
+// Events
+#include <Vemlo/Event/EventException.h>
+
+// Networking
+#include <Vemlo/Net/NetException.h>
+
+// Database
+#include <Vemlo/DB/DBException.h>
+
+#endif // VEMLO_VEMLO_H

@@ -1,0 +1,60 @@
+#!/bin/bash
+# Installs what libVemlo's build and tests need on Debian 12, skipping what is
+# already there. Source it and call: vemlo_need_packages PKG...
+# Runs apt-get update at most once per call, and only when something is missing.
+
+vemlo_need_packages() {
+    local missing=()
+    local p
+    for p in "$@"; do
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$p")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    echo "installing: ${missing[*]}"
+    local sudo=""
+    [ "$(id -u)" -eq 0 ] || sudo="sudo"
+    $sudo apt-get update -qq || return 1
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" \
+        > /tmp/vemlo-apt.log 2>&1 || { tail -n 20 /tmp/vemlo-apt.log; return 1; }
+}
+
+# What a host build needs.
+VEMLO_BUILD_PACKAGES=(cmake make g++ pkg-config)
+# What the test lanes need on top.
+VEMLO_TEST_PACKAGES=(googletest libgtest-dev util-linux binutils python3)
+# The fuzz lane: clang with libFuzzer and the sanitizer runtimes.
+VEMLO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+# Benchmarks: Google Benchmark and the libraries measured beside libVemlo.
+VEMLO_BENCH_PACKAGES=(libbenchmark-dev)
+# The ARM lane: cross compiler and user-mode emulator.
+VEMLO_ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
+# armhf libraries that the library links on the target, unpacked into the
+# lane's sysroot (empty until a subsystem needs one).
+VEMLO_ARMHF_LIBRARIES=()
+
+# vemlo_armhf_sysroot DIR: fetches VEMLO_ARMHF_LIBRARIES with apt-get download
+# and unpacks them with dpkg -x into DIR. Fails when they cannot be had.
+vemlo_armhf_sysroot() {
+    local dir=$1
+    mkdir -p "$dir"
+    [ ${#VEMLO_ARMHF_LIBRARIES[@]} -eq 0 ] && return 0
+    if [ -f "$dir/.complete" ] && [ "$(cat "$dir/.complete")" = "${VEMLO_ARMHF_LIBRARIES[*]}" ]; then
+        return 0
+    fi
+    if ! dpkg --print-foreign-architectures | grep -qx armhf; then
+        dpkg --add-architecture armhf || return 1
+    fi
+    local debs
+    debs=$(mktemp -d)
+    local pkgs=()
+    local p
+    for p in "${VEMLO_ARMHF_LIBRARIES[@]}"; do pkgs+=("$p:armhf"); done
+    if ! (cd "$debs" && apt-get download "${pkgs[@]}" > /dev/null 2>&1); then
+        apt-get update -qq > /dev/null 2>&1
+        (cd "$debs" && apt-get download "${pkgs[@]}" > /dev/null 2>&1) || { rm -rf "$debs"; return 1; }
+    fi
+    local deb
+    for deb in "$debs"/*.deb; do dpkg -x "$deb" "$dir" || { rm -rf "$debs"; return 1; }; done
+    rm -rf "$debs"
+    echo "${VEMLO_ARMHF_LIBRARIES[*]}" > "$dir/.complete"
+}

@@ -1,0 +1,115 @@
+#!/bin/bash
+# Builds and runs every test lane of libVemlo, installing what it needs on
+# Debian 12 (safe to run again), and ends with one line "N passed, M failed"
+# over all lanes.
+#   host: GCC, Debug, AddressSanitizer + UndefinedBehaviorSanitizer
+#   fuzz: clang, libFuzzer harnesses with ASan + UBSan, each for a bounded time
+#   arm : cross build for arm-linux-gnueabihf, run under qemu-arm
+# VEMLO_LANES="host fuzz arm" picks lanes; VEMLO_JOBS sets the parallelism.
+set -uo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+. "$root/scripts/deps.sh"
+jobs=${VEMLO_JOBS:-$(nproc)}
+lanes=${VEMLO_LANES:-host fuzz arm}
+out=$root/build
+total_passed=0
+total_failed=0
+start=$(date +%s)
+
+vemlo_need_packages "${VEMLO_BUILD_PACKAGES[@]}" "${VEMLO_TEST_PACKAGES[@]}" || {
+    echo "cannot install the build and test packages"; echo "0 passed, 1 failed"; exit 1; }
+
+# run_ctest LANE BUILD_DIR [ctest args...]: runs the lane's tests and adds
+# its counts to the totals.
+run_ctest() {
+    local lane=$1 dir=$2
+    shift 2
+    local log=$dir/ctest.log
+    (cd "$dir" && ctest --output-on-failure -j "$jobs" --timeout 600 "$@") 2>&1 | tee "$log"
+    local line
+    line=$(grep -E '^[0-9]+% tests passed, [0-9]+ tests? failed out of [0-9]+' "$log" | tail -n 1)
+    if [ -z "$line" ]; then
+        echo "$lane lane: no test summary"
+        total_failed=$((total_failed + 1))
+        return
+    fi
+    local failed all
+    failed=$(echo "$line" | sed -E 's/.* ([0-9]+) tests? failed out of ([0-9]+).*/\1/')
+    all=$(echo "$line" | sed -E 's/.* failed out of ([0-9]+).*/\1/')
+    echo "$lane lane: $((all - failed)) passed, $failed failed"
+    total_passed=$((total_passed + all - failed))
+    total_failed=$((total_failed + failed))
+}
+
+# build_lane LANE BUILD_DIR [cmake args...]: configures and builds; a
+# failure counts as one failed test of the lane.
+build_lane() {
+    local lane=$1 dir=$2
+    shift 2
+    echo "=== $lane lane: configure and build"
+    if ! cmake -S "$root" -B "$dir" "$@" > "$dir.configure.log" 2>&1; then
+        cat "$dir.configure.log"
+        echo "$lane lane: configure failed"
+        total_failed=$((total_failed + 1))
+        return 1
+    fi
+    if ! cmake --build "$dir" -j "$jobs" > "$dir.build.log" 2>&1; then
+        grep -E -B2 -A8 'error|Error' "$dir.build.log" | head -n 80
+        echo "$lane lane: build failed"
+        total_failed=$((total_failed + 1))
+        return 1
+    fi
+    grep -E 'warning:' "$dir.build.log" | sort -u | head -n 40 || true
+}
+
+mkdir -p "$out"
+for lane in $lanes; do
+    case $lane in
+    host)
+        if build_lane host "$out/host" -DCMAKE_BUILD_TYPE=Debug -DVEMLO_SANITIZE=address,undefined; then
+            echo "=== host lane: tests"
+            ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
+                run_ctest host "$out/host"
+        fi
+        ;;
+    fuzz)
+        if ! vemlo_need_packages "${VEMLO_FUZZ_PACKAGES[@]}"; then
+            echo "fuzz lane: cannot install clang"
+            total_failed=$((total_failed + 1))
+            continue
+        fi
+        if build_lane fuzz "$out/fuzz" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
+            -DBUILD_TESTING=OFF -DVEMLO_BUILD_EXAMPLES=OFF -DVEMLO_FUZZ=ON \
+            -DVEMLO_SANITIZE=address,undefined; then
+            if [ -z "$(cd "$out/fuzz" && ctest -N | grep 'fuzz\.')" ]; then
+                echo "fuzz lane: no harness yet"
+            else
+                echo "=== fuzz lane: harnesses"
+                run_ctest fuzz "$out/fuzz"
+            fi
+        fi
+        ;;
+    arm)
+        if ! vemlo_need_packages "${VEMLO_ARM_PACKAGES[@]}"; then
+            echo "arm lane: cannot install the cross toolchain"
+            total_failed=$((total_failed + 1))
+            continue
+        fi
+        if ! vemlo_armhf_sysroot "$out/arm-sysroot"; then
+            echo "arm lane: SKIPPED (armhf packages ${VEMLO_ARMHF_LIBRARIES[*]} cannot be had)"
+            continue
+        fi
+        if build_lane arm "$out/arm" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+            -DCMAKE_TOOLCHAIN_FILE="$root/cmake/arm-linux-gnueabihf.cmake" \
+            -DVEMLO_ARM_SYSROOT="$out/arm-sysroot"; then
+            echo "=== arm lane: tests under qemu-arm"
+            run_ctest arm "$out/arm"
+        fi
+        ;;
+    *) echo "unknown lane: $lane"; total_failed=$((total_failed + 1)) ;;
+    esac
+done
+
+echo "test command wall time: $(( $(date +%s) - start )) s"
+echo "$total_passed passed, $total_failed failed"
+[ "$total_failed" -eq 0 ] && [ "$total_passed" -gt 0 ]

@@ -1,0 +1,11 @@
+//===- DB/DBException.cpp ---------------------------------------------===//
+#include <Vemlo/DB/DBException.h>
+
+namespace Vemlo {
+namespace DB {
+
+DBException::~DBException() = default;
+
+} // namespace DB
+} // namespace Vemlo
+

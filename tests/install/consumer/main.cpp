@@ -1,0 +1,23 @@
+// A separate application using an installed libVemlo through its umbrella header.
+#include <Vemlo/Vemlo.h>
+
+#include <cstdio>
+
+int main() {
+    String s;
+    s.Format("%s %d", "consumer", 1);
+    Vemlo::Util::System::CCriticalSection section;
+    {
+        Vemlo::Util::System::CSingleLock guard(&section);
+    }
+    try {
+        throw new Vemlo::Net::NetException("cannot connect", 1004);
+    } catch (Vemlo::Common::Exception* e) {
+        bool ok = e->GetCode() == 1004 && s == "consumer 1";
+        delete e;
+        if (!ok)
+            return 1;
+    }
+    std::printf("consumer: ok\n");
+    return 0;
+}
