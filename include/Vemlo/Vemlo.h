@@ -10,10 +10,21 @@
 
 // Core types
 #include <Vemlo/String.h>
+#include <Vemlo/StringUtil.h>
+#include <Vemlo/Version.h>
 #include <Vemlo/Common/Exception.h>
 
 // Collections
 #include <Vemlo/Data/Object.h>
+#include <Vemlo/Data/Collection/ArrayList.h>
+#include <Vemlo/Data/Collection/Iterator.h>
+#include <Vemlo/Data/Collection/HashElement.h>
+#include <Vemlo/Data/Collection/HashTable.h>
+#include <Vemlo/Data/Collection/Row.h>
+#include <Vemlo/Data/Collection/Table.h>
+#include <Vemlo/Data/BoxCollect/Box.h>
+#include <Vemlo/Data/BoxCollect/ReqBox.h>
+#include <Vemlo/Data/BoxCollect/RespBox.h>
 
 // XML
 #include <Vemlo/Common/Xml/XmlException.h>
@@ -40,5 +51,6 @@
 
 // Database
 #include <Vemlo/DB/DBException.h>
+
 
 #endif // VEMLO_VEMLO_H

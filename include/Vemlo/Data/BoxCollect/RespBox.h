@@ -1,0 +1,44 @@
+//===- Vemlo/Data/BoxCollect/RespBox.h - Response payload -------*- C++ -*-===//
+//
+// RespBox is the Box that carries a response: its entries plus a result text,
+// empty after construction. Copying shares the entries as Box does (see
+// Box.h) and copies the result text; assignment copies the result text only
+// and leaves the entries as they are.
+//
+//===----------------------------------------------------------------------===//
+#ifndef VEMLO_DATA_BOXCOLLECT_RESPBOX_H
+#define VEMLO_DATA_BOXCOLLECT_RESPBOX_H
+
+#include <Vemlo/Export.h>
+#include <Vemlo/Data/BoxCollect/Box.h>
+#include <Vemlo/String.h>
+
+namespace Vemlo {
+namespace Data {
+namespace BoxCollect {
+
+class VEMLO_API RespBox : public Box {
+public:
+    // No entries, empty result.
+    RespBox();
+    RespBox(const RespBox& other) = default;
+    RespBox& operator=(const RespBox& other) = default;
+
+    ~RespBox() override;
+
+    // The result text (never null).
+    const char* GetResult();
+
+    // Replaces the result with a copy of `result`; null gives the empty text.
+    void SetResult(const char* result);
+
+private:
+    // Field order is the object's binary layout.
+    String m_sResult;
+};
+
+} // namespace BoxCollect
+} // namespace Data
+} // namespace Vemlo
+
+#endif // VEMLO_DATA_BOXCOLLECT_RESPBOX_H

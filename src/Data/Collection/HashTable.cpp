@@ -1,0 +1,125 @@
+//===- Data/Collection/HashTable.cpp - String-keyed table -----------------===//
+#include <Vemlo/Data/Collection/HashTable.h>
+
+#include <cstring>
+#include <memory>
+
+namespace Vemlo {
+namespace Data {
+namespace Collection {
+
+namespace {
+
+inline const char* orEmpty(const char* s) { return s ? s : ""; }
+
+} // namespace
+
+HashTable::HashTable() : ArrayList(true, true) {}
+
+HashTable::~HashTable() { ClearAll(); }
+
+void HashTable::AddObj(const char* key, Object* value) {
+    HashElement*& slot = m_map[orEmpty(key)];
+    if (slot) {
+        // In place; the old value is the caller's.
+        slot->setValue(value);
+        return;
+    }
+    std::unique_ptr<HashElement> element(new HashElement(key, value));
+    Add(static_cast<Object*>(element.get()));
+    slot = element.release();
+}
+
+void HashTable::AddObj(const char* key, const char* value) {
+    HashElement*& slot = m_map[orEmpty(key)];
+    if (slot) {
+        slot->setValue(value);
+        return;
+    }
+    std::unique_ptr<HashElement> element(new HashElement(key, value));
+    Add(static_cast<Object*>(element.get()));
+    slot = element.release();
+}
+
+HashElement* HashTable::getElement(const char* key) {
+    // Insert-if-missing: an absent key stays in the map with a null element.
+    return m_map[orEmpty(key)];
+}
+
+Object* HashTable::getValue(const char* key) {
+    HashElement* element = getElement(key);
+    return element ? element->getValue() : nullptr;
+}
+
+const char* HashTable::getStringValue(const char* key) {
+    HashElement* element = getElement(key);
+    const char* text = element ? element->getStringValue() : nullptr;
+    return text ? text : "";
+}
+
+int HashTable::getPosition(const char* key) {
+    const char* wanted = orEmpty(key);
+    const int count = Count();
+    for (int i = 0; i < count; ++i) {
+        Object* item = At(i);
+        if (!item)
+            return -1;
+        HashElement* element = dynamic_cast<HashElement*>(item);
+        if (element && std::strcmp(element->getKey(), wanted) == 0)
+            return i;
+    }
+    return -1;
+}
+
+int HashTable::getCount() { return Count(); }
+
+const char* HashTable::getKey(int index) {
+    HashElement* element = dynamic_cast<HashElement*>(At(index));
+    return element ? element->getKey() : nullptr;
+}
+
+Object* HashTable::getValue(int index) {
+    HashElement* element = dynamic_cast<HashElement*>(At(index));
+    return element ? element->getValue() : nullptr;
+}
+
+const char* HashTable::getStringValue(int index) {
+    HashElement* element = dynamic_cast<HashElement*>(At(index));
+    return element ? element->getStringValue() : nullptr;
+}
+
+void HashTable::Remove(int index) {
+    if (index < 0 || index >= Count())
+        return;
+    HashElement* element = dynamic_cast<HashElement*>(At(index));
+    if (!element)
+        return;
+    // The value lives or dies with the element.
+    element->m_bOwnsValue = m_bDeleteFlag;
+    auto entry = m_map.find(element->m_sKey.str());
+    if (entry != m_map.end() && entry->second == element)
+        m_map.erase(entry);
+    RemoveAt(index);
+}
+
+void HashTable::Remove(const char* key) {
+    const int index = getPosition(key);
+    if (index >= 0)
+        Remove(index);
+}
+
+void HashTable::ClearAll() {
+    if (m_bDeleteFlag) {
+        for (Object*& item : m_elements) {
+            delete item;
+            item = nullptr;
+        }
+    }
+    m_map.clear();
+    // The slots are null by now, so this only empties the list.
+    Clear();
+}
+
+} // namespace Collection
+} // namespace Data
+} // namespace Vemlo

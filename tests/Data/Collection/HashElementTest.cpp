@@ -1,0 +1,67 @@
+//===- Data/Collection/HashElementTest.cpp - One key/value pair -----------===//
+#include "support/VemloTest.h"
+#include "Data/Collection/CountingObject.h"
+
+#include <atomic>
+
+using Vemlo::Data::Object;
+using Vemlo::Data::Collection::HashElement;
+using VemloTest::CountingObject;
+
+TEST(HashElementTest, OwnsItsValueButSetValueOfAnObjectOnlyStoresThePointer) {
+    std::atomic<int> deaths{0};
+    auto* first = new CountingObject(deaths, 1);
+    auto* second = new CountingObject(deaths, 2);
+    {
+        HashElement element("k", first);
+        EXPECT_STREQ(element.getKey(), "k");
+        EXPECT_EQ(element.getValue(), first);
+
+        element.setValue(second); // the old value is neither deleted nor released
+        EXPECT_EQ(deaths, 0);
+        EXPECT_EQ(element.getValue(), second);
+    }
+    EXPECT_EQ(deaths, 1); // the element still owned what it held: `second`
+    delete first;
+
+    // A text replaces, and deletes, an owned value.
+    HashElement element(nullptr, static_cast<Object*>(new CountingObject(deaths)));
+    EXPECT_STREQ(element.getKey(), "");
+    EXPECT_EQ(element.getStringValue(), nullptr); // not a String
+    element.setValue("v");
+    EXPECT_EQ(deaths, 3);
+    EXPECT_STREQ(element.getStringValue(), "v");
+    element.setValue(static_cast<const char*>(nullptr));
+    EXPECT_STREQ(element.getStringValue(), "");
+
+    HashElement empty("e", static_cast<Object*>(nullptr));
+    EXPECT_EQ(empty.getStringValue(), nullptr);
+    empty.setValue("now text");
+    EXPECT_STREQ(empty.getStringValue(), "now text");
+}
+
+TEST(HashElementTest, CopySharesTheValueAndAssignmentDoesNothing) {
+    std::atomic<int> deaths{0};
+    auto* value = new CountingObject(deaths);
+    {
+        HashElement original("k", value);
+        HashElement copy(original);
+        EXPECT_STREQ(copy.getKey(), "k");
+        EXPECT_EQ(copy.getValue(), value);
+        // Both own the value: the copy is detached before the two go.
+        copy.setValue(static_cast<Object*>(nullptr));
+    }
+    EXPECT_EQ(deaths, 1);
+
+    HashElement a("a", "1");
+    HashElement b("b", "2");
+    a = b;
+    EXPECT_STREQ(a.getKey(), "a");
+    EXPECT_STREQ(a.getStringValue(), "1");
+
+    // A text copy refers to the same String too.
+    HashElement text("t", "x");
+    HashElement textCopy(text);
+    EXPECT_EQ(textCopy.getValue(), text.getValue());
+    textCopy.setValue(static_cast<Object*>(nullptr));
+}
