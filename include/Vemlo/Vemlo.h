@@ -27,6 +27,10 @@
 #include <Vemlo/Data/BoxCollect/RespBox.h>
 
 // XML
+#include <Vemlo/Common/Xml/Attribute.h>
+#include <Vemlo/Common/Xml/Node.h>
+#include <Vemlo/Common/Xml/NodeList.h>
+#include <Vemlo/Common/Xml/XmlDocument.h>
 #include <Vemlo/Common/Xml/XmlException.h>
 
 // Properties and configuration

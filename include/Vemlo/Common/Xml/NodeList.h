@@ -1,0 +1,42 @@
+//===- Vemlo/Common/Xml/NodeList.h - A list of nodes found by a search -*- C++ -*-===//
+//
+// NodeList holds the nodes a search found, in the order found. It owns only
+// its own storage: deleting it never deletes a node. A list returned by a
+// search belongs to the caller, who deletes it.
+//
+//===----------------------------------------------------------------------===//
+#ifndef VEMLO_COMMON_XML_NODELIST_H
+#define VEMLO_COMMON_XML_NODELIST_H
+
+#include <Vemlo/Export.h>
+
+#include <vector>
+
+namespace Vemlo {
+namespace Common {
+namespace Xml {
+
+class Node;
+
+class VEMLO_API NodeList {
+public:
+    NodeList();
+    virtual ~NodeList();
+
+    // Appends `node` (not owned); always 1.
+    int addNode(Node* node);
+    int getNodeCount() const;
+    // The entry at `index`; null when the index is negative or not below the
+    // count.
+    Node* getNode(int index) const;
+
+private:
+    // Field order is the object's binary layout.
+    std::vector<Node*> m_nodes;
+};
+
+} // namespace Xml
+} // namespace Common
+} // namespace Vemlo
+
+#endif // VEMLO_COMMON_XML_NODELIST_H

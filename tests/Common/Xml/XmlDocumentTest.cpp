@@ -1,0 +1,245 @@
+//===- Common/Xml/XmlDocumentTest.cpp - Reading and writing XML text ------===//
+#include "support/VemloTest.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <sstream>
+
+#include <sys/stat.h>
+
+using namespace Vemlo::Common::Xml;
+using VemloTest::ExpectThrown;
+using VemloTest::TempDir;
+
+namespace {
+
+// Loads `xml` into a fresh document; returns LoadXML's result.
+int load(XmlDocument& doc, const char* xml) { return doc.LoadXML(String(xml)); }
+
+// The tree as one line: name{k=v,...}[value](children), for comparisons.
+std::string describe(const Node* node) {
+    std::string out = node->getName();
+    out += "{";
+    for (int i = 0; i < node->getAttributeSize(); ++i)
+        out += std::string(node->getAttribute(i)->getName()) + "=" +
+               node->getAttribute(i)->getValue() + ",";
+    out += "}[" + std::string(node->getValue()) + "](";
+    for (int i = 0; i < node->getChildNodeSize(); ++i)
+        out += describe(node->getChildNode(i)) + ";";
+    return out + ")";
+}
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+} // namespace
+
+TEST(XmlDocumentTest, ReadsElementsAttributesAndValues) {
+    XmlDocument doc;
+    ASSERT_EQ(load(doc, "<?xml version=\"1.0\"?>\n<a x='1' y=\"2\">  t  </a><second/>"), 1);
+    ASSERT_EQ(doc.getChildNodeSize(), 1); // a second top-level element is ignored
+    EXPECT_EQ(describe(doc.getFirstChild()), "a{x=1,y=2,}[t]()");
+
+    XmlDocument mixed;
+    load(mixed, "<a><b/>text<c k=\"v\">inner</c></a>");
+    EXPECT_EQ(describe(mixed.getFirstChild()), "a{}[](b{}[]();c{k=v,}[inner]();)");
+
+    // Attribute pieces without a closing pair are ignored, and a '>' in a
+    // value ends the start tag; entities stay as written.
+    XmlDocument raw;
+    load(raw, "<r><a p=1>x</a><b q=\"2\" r=\"3>y</b><c s=\"1>2\">z</c></r>");
+    EXPECT_EQ(describe(raw.getFirstChild()), "r{}[](a{}[x]();b{q=2,}[y]();c{}[2\">z]();)");
+    XmlDocument entities;
+    load(entities, "<e k=\"&lt;\">&amp; &#65; <![CDATA[x]]</e>");
+    EXPECT_EQ(describe(entities.getFirstChild()), "e{k=&lt;,}[&amp; &#65; <![CDATA[x]]]()");
+}
+
+TEST(XmlDocumentTest, KeepsTheScannerRulesFilesRelyOn) {
+    // An element is cut at the first end tag of its name.
+    XmlDocument nested;
+    load(nested, "<a><a>x</a></a>");
+    EXPECT_EQ(describe(nested.getFirstChild()), "a{}[]()");
+
+    // A comment ends at its first '>'; the rest is scanned as content.
+    // A scan that ends on a comment rather than an element gives the whole
+    // content as the value, children and all.
+    XmlDocument comments;
+    load(comments, "<r><!-- note --><k>1</k><!-- a > b --></r>");
+    EXPECT_EQ(describe(comments.getFirstChild()),
+              "r{}[<!-- note --><k>1</k><!-- a > b -->](k{}[1]();)");
+    // What follows a comment's first '>' is content: a commented-out element
+    // whose comment holds a '>' comes back to life.
+    XmlDocument revived;
+    load(revived, "<r><!-- old > <k>0</k> --><k>1</k></r>");
+    EXPECT_EQ(describe(revived.getFirstChild()), "r{}[](k{}[0]();k{}[1]();)");
+    XmlDocument onlyComment;
+    load(onlyComment, "<r> <!-- just this --> </r>");
+    EXPECT_EQ(describe(onlyComment.getFirstChild()), "r{}[<!-- just this -->]()");
+
+    // Names end only at a blank or '>': a tab or newline belongs to the name.
+    XmlDocument tabs;
+    load(tabs, "<r><k\tv=\"1\">x</k\tv=\"1\"></r>");
+    EXPECT_STREQ(tabs.getFirstChild()->getFirstChild()->getName(), "k\tv=\"1\"");
+
+    // Up to ten single quotes are read as double quotes.
+    XmlDocument quotesWrapped;
+    load(quotesWrapped, "<w><q a='1' b='2' c='3' d='4' e='5' f='6'/></w>");
+    EXPECT_EQ(describe(quotesWrapped.getFirstChild()->getFirstChild()),
+              "q{a=1,b=2,c=3,d=4,e=5,}[]()");
+
+    // `<root/>` alone loads as one unnamed, empty element; with attributes,
+    // as nothing.
+    XmlDocument bare;
+    EXPECT_EQ(load(bare, "<root/>"), 1);
+    ASSERT_EQ(bare.getChildNodeSize(), 1);
+    EXPECT_EQ(describe(bare.getFirstChild()), "{}[]()");
+    XmlDocument withAttribute;
+    EXPECT_EQ(load(withAttribute, "<root a=\"1\"/>"), 0);
+    EXPECT_EQ(withAttribute.getChildNodeSize(), 0);
+
+    // Loading again appends; text without a tag leaves what is there.
+    XmlDocument twice;
+    EXPECT_EQ(load(twice, "no tag"), 0);
+    load(twice, "<one/>");
+    load(twice, "<two>2</two>");
+    EXPECT_EQ(twice.getChildNodeSize(), 2);
+    EXPECT_EQ(load(twice, "still no tag"), 1);
+    Node node;
+    node.LoadXML("<n a=\"1\"><c/></n>");
+    node.LoadXML("<m b=\"2\"><d/></m>");
+    EXPECT_EQ(describe(&node), "m{a=1,b=2,}[](c{}[]();d{}[]();)");
+    EXPECT_EQ(node.LoadXML(nullptr), 0);
+}
+
+TEST(XmlDocumentTest, ReportsScanAndFileErrors) {
+    // An empty root name without an end tag: the range error is reported
+    // with the standard library's own text.
+    for (const char* text : {"<>", "< a>"}) {
+        XmlDocument doc;
+        try {
+            load(doc, text);
+            ADD_FAILURE() << "no exception for " << text;
+        } catch (XmlException* e) {
+            EXPECT_EQ(e->GetCode(), 7241);
+            EXPECT_EQ(std::string(e->GetMessage()).rfind("Error to load xml document : basic_string::at", 0), 0u)
+                << e->GetMessage();
+            delete e;
+        }
+    }
+
+    TempDir dir;
+    XmlDocument doc;
+    const std::string missing = dir.file("missing.xml");
+    ExpectThrown<XmlException>([&] { doc.LoadXMLFile(missing.c_str()); }, 0,
+                               ("fopen error : " + missing).c_str());
+    ExpectThrown<XmlException>([&] { doc.LoadXMLFile(dir.path().c_str()); }, 0, nullptr);
+    try {
+        doc.LoadXMLFile(dir.path().c_str());
+    } catch (XmlException* e) {
+        EXPECT_EQ(std::string(e->GetMessage()).rfind("Read Error: nRead=0, lLength=", 0), 0u);
+        delete e;
+    }
+
+    // A zero byte ends the text of a file.
+    const std::string withNul = dir.file("nul.xml");
+    std::ofstream(withNul, std::ios::binary) << std::string("<a>x</a>\0<b>y</b>", 17);
+    EXPECT_EQ(doc.LoadXMLFile(withNul.c_str()), 1);
+    EXPECT_EQ(describe(doc.getFirstChild()), "a{}[x]()");
+}
+
+TEST(XmlDocumentTest, WritesAndSearchesDocuments) {
+    TempDir dir;
+    XmlDocument empty;
+    EXPECT_STREQ(empty.getInnerXml(), "");
+    EXPECT_EQ(empty.WriteXMLFile(dir.file("empty.xml").c_str()), 1);
+    EXPECT_EQ(slurp(dir.file("empty.xml")), "");
+    EXPECT_EQ(empty.getNodeListByName("x"), nullptr);
+    EXPECT_EQ(empty.WriteXMLFile(dir.file("no/such/folder.xml").c_str()), 0);
+
+    const std::string path = dir.file("conf.xml");
+    std::ofstream(path) << "<FileProperty><Base><Log><Level>3</Level></Log></Base>"
+                           "<Level>9</Level></FileProperty>";
+    XmlDocument doc;
+    ASSERT_EQ(doc.LoadXMLFile(path.c_str()), 1);
+    std::unique_ptr<NodeList> levels(doc.getNodeListByName("Level"));
+    ASSERT_TRUE(levels);
+    ASSERT_EQ(levels->getNodeCount(), 2);
+    EXPECT_STREQ(levels->getNode(0)->getValue(), "3");
+    EXPECT_STREQ(levels->getNode(1)->getValue(), "9");
+    EXPECT_EQ(doc.getNodeListByName(""), nullptr); // the document node itself is no candidate
+
+    levels->getNode(0)->setValue("4");
+    EXPECT_EQ(doc.WriteXMLFile(""), 1); // back to the file it was loaded from
+    EXPECT_EQ(slurp(path), "\n<FileProperty>\n<Base>\n<Log>\n<Level>4</Level>\n</Log>\n</Base>"
+                           "\n<Level>9</Level>\n</FileProperty>");
+}
+
+namespace {
+
+// A random tree that the writer and the scanner agree on: values only on
+// leaves, no markup in text, no blank at either end of a value, and names
+// that never repeat along a path (an element is cut at the first end tag of
+// its name).
+void grow(Node* node, std::mt19937& rng, int depth, int& budget) {
+    static const char kText[] = "abcdefghijklmnopqrstuvwxyz0123456789 .,:;=_-+/()[]{}!?*#";
+    auto word = [&](int maxLength, bool blanks) {
+        std::string s;
+        const int length = int(rng() % maxLength) + 1;
+        for (int i = 0; i < length; ++i)
+            s += kText[rng() % (blanks ? sizeof(kText) - 1 : 36)];
+        while (!s.empty() && s.back() == ' ')
+            s.pop_back();
+        while (!s.empty() && s.front() == ' ')
+            s.erase(0, 1);
+        return s;
+    };
+    const int attributes = int(rng() % 4);
+    for (int i = 0; i < attributes; ++i)
+        node->addAttribute(new Attribute(("k" + std::to_string(i)).c_str(), word(12, true).c_str()));
+    const int children = depth < 6 && budget > 0 ? int(rng() % 5) : 0;
+    if (children == 0) {
+        node->setValue(word(20, true).c_str());
+        return;
+    }
+    for (int i = 0; i < children && budget-- > 0; ++i) {
+        Node* child = new Node(("d" + std::to_string(depth + 1) + "_" + word(6, false)).c_str());
+        node->addChild(child);
+        grow(child, rng, depth + 1, budget);
+    }
+}
+
+} // namespace
+
+TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTree) {
+    TempDir dir;
+    const bool haveXmllint = std::system("command -v xmllint > /dev/null 2>&1") == 0;
+    std::mt19937 rng(20261121);
+    for (int round = 0; round < 60; ++round) {
+        XmlDocument original;
+        Node* root = new Node("root");
+        original.addChild(root);
+        int budget = round < 50 ? 40 : 3000; // the last rounds exceed 8 KiB
+        grow(root, rng, 0, budget);
+
+        const std::string path = dir.file("round" + std::to_string(round) + ".xml");
+        ASSERT_EQ(original.WriteXMLFile(path.c_str()), 1);
+        XmlDocument loaded;
+        ASSERT_EQ(loaded.LoadXMLFile(path.c_str()), 1);
+        ASSERT_EQ(loaded.getChildNodeSize(), 1);
+        ASSERT_EQ(describe(loaded.getFirstChild()), describe(root)) << "round " << round;
+        EXPECT_STREQ(loaded.getInnerXml(), original.getInnerXml());
+
+        if (haveXmllint && round % 10 == 0) {
+            const std::string check = "xmllint --noout '" + path + "' 2>&1";
+            EXPECT_EQ(std::system(check.c_str()), 0) << slurp(path);
+        }
+    }
+    if (!haveXmllint)
+        std::printf("xmllint not installed: well-formedness not checked\n");
+}
