@@ -1,11 +1,19 @@
 //===- Common/Xml/Attribute.cpp - One XML attribute -----------------------===//
 #include <Vemlo/Common/Xml/Attribute.h>
 
+#include <cstring>
 #include <string>
 
 namespace Vemlo {
 namespace Common {
 namespace Xml {
+
+namespace {
+
+// The four blanks String's trims remove.
+inline bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+} // namespace
 
 Attribute::Attribute() = default;
 
@@ -36,20 +44,29 @@ const char* Attribute::getOuterXml() {
 }
 
 int Attribute::LoadXML(const char* text) {
-    const std::string s(text ? text : "");
-    const size_t eq = s.find('=');
-    String name((eq == std::string::npos ? s : s.substr(0, eq)).c_str());
-    name = name.TrimRight();
-    m_sName = name.TrimLeft();
+    if (!text)
+        text = "";
+    const char* const end = text + std::strlen(text);
+    const char* eq = std::strchr(text, '=');
+    const char* nameEnd = eq ? eq : end;
 
-    // Positions compare as signed numbers: without any quote both are -1 and
-    // the value is the whole text.
-    const long q1 = static_cast<long>(s.find('"'));
-    const long q2 = static_cast<long>(s.find('"', static_cast<size_t>(q1 + 1)));
-    if (q1 < q2)
-        m_sValue = s.substr(q1 + 1, q2 - q1 - 1).c_str();
+    // The name is trimmed on the right, then on the left: together every
+    // blank at either end goes.
+    const char* nameStart = text;
+    while (nameStart < nameEnd && isBlank(*nameStart))
+        ++nameStart;
+    while (nameEnd > nameStart && isBlank(nameEnd[-1]))
+        --nameEnd;
+    m_sName = std::string(nameStart, nameEnd).c_str();
+
+    // Between the first two double quotes; after the first one when there is
+    // no second; the whole text when there is none at all.
+    const char* q1 = std::strchr(text, '"');
+    const char* q2 = q1 ? std::strchr(q1 + 1, '"') : nullptr;
+    if (q1 && q2)
+        m_sValue = std::string(q1 + 1, q2).c_str();
     else
-        m_sValue = s.substr(static_cast<size_t>(q1 + 1)).c_str();
+        m_sValue = q1 ? q1 + 1 : text;
     return 1;
 }
 

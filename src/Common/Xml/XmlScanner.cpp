@@ -12,6 +12,9 @@ namespace Xml {
 
 namespace {
 
+// The four blanks String's trims remove.
+inline bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 // Texts below this size are searched directly; an index does not pay.
 constexpr long kIndexFrom = 8192;
 // Spans this short are searched directly even in an indexed text.
@@ -53,11 +56,10 @@ bool isIndexableEndTag(std::string_view p) {
 
 // Reads the attributes of a start tag from the text between the blank after
 // the name and the end of the tag.
-void loadAttributes(Node* node, const std::string& raw) {
+void loadAttributes(Node* node, std::string s) {
     // Up to ten single quotes become double quotes; later ones stay. (The
     // same text as String::Replace("'", "\"", 10) gives, without its ten
     // passes over copies.)
-    std::string s(raw.c_str());
     size_t quote = 0;
     for (int replaced = 0; replaced < 10; ++replaced) {
         quote = s.find('\'', quote);
@@ -76,12 +78,18 @@ void loadAttributes(Node* node, const std::string& raw) {
             pos = q + 1;
             continue;
         }
-        String piece = String(s.substr(pieceStart, q - pieceStart + 1).c_str()).TrimLeft();
-        if (!piece.empty()) {
-            Attribute* attribute = new Attribute;
-            attribute->LoadXML(piece.c_str());
-            node->addAttribute(attribute);
-        }
+        // The piece runs through the closing quote, blanks on its left
+        // trimmed; it is handed over in place, ended by a zero byte for the
+        // moment.
+        size_t first = pieceStart;
+        while (first <= q && isBlank(s[first]))
+            ++first;
+        const char saved = s[q + 1];
+        s[q + 1] = '\0';
+        Attribute* attribute = new Attribute;
+        attribute->LoadXML(s.c_str() + first);
+        node->addAttribute(attribute);
+        s[q + 1] = saved;
         // The character after a closing quote is taken to be the blank that
         // separates attributes, and skipped.
         open = false;
@@ -212,6 +220,7 @@ void XmlScanner::buildEndTagIndex() {
 
 int XmlScanner::load(Node* node, long off, long len) {
     std::vector<Pending> pending;
+    pending.reserve(64);
     const int result = loadOne(node, off, len, pending);
     while (!pending.empty()) {
         const Pending next = pending.back();
@@ -239,11 +248,17 @@ int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pe
             return 0;
         nameEnd = gt;
     }
-    String name(v.str(start + 1, nameEnd).c_str());
-    node->setName(name.c_str());
-    // `<br/>` is named "br": the first '/' becomes a blank, trimmed away.
-    name.Replace("/", " ");
-    name = name.TrimRight();
+    // `<br/>` is named "br": the first '/' becomes a blank, then blanks are
+    // trimmed on the right as String::TrimRight does it (never the first
+    // character).
+    std::string name = v.str(start + 1, nameEnd);
+    const size_t slash = name.find('/');
+    if (slash != std::string::npos)
+        name[slash] = ' ';
+    size_t nameLength = name.size();
+    while (nameLength > 1 && isBlank(name[nameLength - 1]))
+        --nameLength;
+    name.resize(nameLength);
     node->setName(name.c_str());
 
     const long tagEnd = v.at(gt - 1) == '/' ? gt - 1 : gt;
@@ -252,7 +267,7 @@ int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pe
 
     // The element ends at the first `</name>` after its start, or else at
     // the first "/>".
-    const std::string endTag = endTagFor(name.str());
+    const std::string endTag = endTagFor(name);
     long contentEnd = v.find(endTag, start);
     if (contentEnd < 0) {
         const long selfClose = v.find("/>", start);
@@ -301,8 +316,13 @@ int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pe
             return 1; // the value stays as it was
     }
 
-    // No child element: the whole content, trimmed, is the value.
-    node->setValue(String(content.str(0, content.len).c_str()).TrimLeft().TrimRight().c_str());
+    // No child element: the whole content, trimmed at both ends, is the value.
+    long first = 0, last = content.len;
+    while (first < last && isBlank(content.at(first)))
+        ++first;
+    while (last > first && isBlank(content.at(last - 1)))
+        --last;
+    node->setValue(content.str(first, last).c_str());
     return 1;
 }
 
