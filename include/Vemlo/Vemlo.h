@@ -56,5 +56,12 @@
 // Database
 #include <Vemlo/DB/DBException.h>
 
+// Codecs and ciphers
+#include <Vemlo/Common/Convertor/Aes.h>
+#include <Vemlo/Common/Cipher/RijnDaelEx.h>
+#include <Vemlo/Common/Convertor/Base64.h>
+#include <Vemlo/Common/Convertor/Base64C.h>
+#include <Vemlo/Common/Convertor/CRC16.h>
+#include <Vemlo/Common/Convertor/CRC32.h>
 
 #endif // VEMLO_VEMLO_H
