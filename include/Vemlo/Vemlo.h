@@ -36,6 +36,15 @@
 // Properties and configuration
 #include <Vemlo/Data/Properties/PropertyException.h>
 #include <Vemlo/Config/ConfigurationException.h>
+#include <Vemlo/Data/Properties/IProperty.h>
+#include <Vemlo/Data/Properties/Property.h>
+#include <Vemlo/Data/Properties/PlaneTextProperty.h>
+#include <Vemlo/Data/Properties/XmlProperty.h>
+#include <Vemlo/Data/Properties/PropertyBuilder.h>
+#include <Vemlo/Data/Properties/FileProperty.h>
+#include <Vemlo/Data/Properties/PropertyManager.h>
+#include <Vemlo/Config/Configuration.h>
+#include <Vemlo/Config/ConfigurationManager.h>
 
 // System services
 #include <Vemlo/Util/System/Semaphore.h>
@@ -50,8 +59,10 @@
 // Events
 #include <Vemlo/Event/EventException.h>
 
+
 // Networking
 #include <Vemlo/Net/NetException.h>
+
 
 // Database
 #include <Vemlo/DB/DBException.h>

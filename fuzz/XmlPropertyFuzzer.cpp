@@ -1,0 +1,97 @@
+//===- fuzz/XmlPropertyFuzzer.cpp - Arbitrary files into XmlProperty::Load -===//
+//
+// Writes the input to a file in a private temporary folder and loads it with
+// XmlProperty::Load; the only exception allowed out is XmlException*. A
+// loaded set is written back with Update to a second file: when Update
+// reports success, that file must load again without an error (Update keeps
+// a file it cannot write so that it loads back). The folder is removed when
+// the fuzzer exits.
+//
+//===----------------------------------------------------------------------===//
+#include <Vemlo/Vemlo.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <unistd.h>
+
+using Vemlo::Common::Xml::XmlException;
+using Vemlo::Data::Properties::XmlProperty;
+
+namespace {
+
+std::string g_folder;
+std::string g_input;
+std::string g_output;
+
+void removeFolder() {
+    std::remove(g_input.c_str());
+    std::remove(g_output.c_str());
+    rmdir(g_folder.c_str());
+}
+
+void writeFile(const std::string& path, const uint8_t* data, size_t size) {
+    FILE* file = std::fopen(path.c_str(), "wb");
+    if (!file)
+        std::abort();
+    const bool written = std::fwrite(data, 1, size, file) == size;
+    if (std::fclose(file) != 0 || !written)
+        std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    const char* base = std::getenv("TMPDIR");
+    std::string pattern = std::string(base && *base ? base : "/tmp") + "/vemlo-fuzz-XXXXXX";
+    if (!mkdtemp(&pattern[0]))
+        std::abort();
+    g_folder = pattern;
+    g_input = g_folder + "/input.xml";
+    g_output = g_folder + "/output.xml";
+    std::atexit(removeFolder);
+    // Every load prints a line; the fuzzer reports on stderr.
+    if (!std::freopen("/dev/null", "w", stdout))
+        std::abort();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    writeFile(g_input, data, size);
+    {
+        XmlProperty property;
+        bool loaded = false;
+        try {
+            property.Load(g_input.c_str());
+            loaded = property.IsValidate(g_input.c_str()) == 1;
+        } catch (XmlException* e) {
+            delete e;
+        }
+        if (loaded) {
+            property.setValue("Fuzz.Added", "value");
+            // The output file starts as an empty set; Update fills the kept
+            // document, which came from the input.
+            writeFile(g_output, reinterpret_cast<const uint8_t*>("<FileProperty></FileProperty>"), 29);
+            if (property.Update(g_output.c_str()) == 1) {
+                XmlProperty reread;
+                try {
+                    if (reread.IsValidate(g_output.c_str()) != 1)
+                        std::abort();
+                    reread.Load(g_output.c_str());
+                } catch (XmlException* e) {
+                    std::fprintf(stderr, "written file does not load: %s\n", e->GetMessage());
+                    std::abort();
+                }
+                if (std::string(reread.getValue("Fuzz.Added")) != "value") {
+                    std::fprintf(stderr, "written entry lost\n");
+                    std::abort();
+                }
+            }
+        }
+    }
+    std::remove(g_input.c_str());
+    std::remove(g_output.c_str());
+    return 0;
+}

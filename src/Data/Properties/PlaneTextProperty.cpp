@@ -1,0 +1,246 @@
+//===- Data/Properties/PlaneTextProperty.cpp - key=value; files -----------===//
+#include <Vemlo/Data/Properties/PlaneTextProperty.h>
+
+#include <Vemlo/String.h>
+#include <Vemlo/Data/Collection/HashTable.h>
+#include <Vemlo/Data/Properties/PropertyException.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <sys/stat.h>
+
+namespace Vemlo {
+namespace Data {
+namespace Properties {
+
+namespace {
+
+// What a new file holds: one entry, no newline.
+const char kCommentLine[] = "Comment=Trimlo Configuration File;";
+// Read buffer of one line (a longer line is read in pieces).
+constexpr size_t kLineBufferSize = 2000;
+// Longest key and value a line may carry.
+constexpr size_t kMaxKeyLength = 255;
+constexpr size_t kMaxValueLength = 255;
+// Buffer of the temporary file's name.
+constexpr size_t kPathBufferSize = 1024;
+
+[[noreturn]] void throwWithPath(const char* format, const char* path) {
+    String message;
+    message.Format(format, path);
+    throw new PropertyException(message.c_str());
+}
+
+// Closes the file on every way out of a scope.
+class FileCloser {
+public:
+    explicit FileCloser(FILE* file) : m_file(file) {}
+    ~FileCloser() {
+        if (m_file)
+            std::fclose(m_file);
+    }
+    FileCloser(const FileCloser&) = delete;
+    FileCloser& operator=(const FileCloser&) = delete;
+    // Closes now and gives fclose's result.
+    int close() {
+        FILE* file = m_file;
+        m_file = nullptr;
+        return std::fclose(file);
+    }
+
+private:
+    FILE* m_file;
+};
+
+// (Re)creates `path` holding only the comment line.
+void createWithComment(const char* path) {
+    FILE* file = std::fopen(path, "w");
+    if (!file)
+        throwWithPath("cannot open file [%s]", path);
+    std::fwrite(kCommentLine, 1, sizeof kCommentLine - 1, file);
+    std::fclose(file);
+}
+
+// An entry that would load back from its line as the same key and value. A
+// newline would split the line (and could forge another entry), '#' disables
+// the whole line, the first '=' ends the key and the first ';' the value.
+bool isWritable(const char* key, const char* value) {
+    const size_t keyLength = std::strlen(key);
+    const size_t valueLength = std::strlen(value);
+    return keyLength <= kMaxKeyLength && valueLength <= kMaxValueLength &&
+           std::strpbrk(key, "=#\n") == nullptr && std::strpbrk(value, ";#\n") == nullptr;
+}
+
+// `path` as one word for the shell: unchanged when it holds only characters
+// the shell leaves alone, else single-quoted; "./" in front of a leading '-'
+// so that mv does not read it as an option.
+std::string shellWord(const char* path) {
+    std::string word;
+    if (path[0] == '-')
+        word = "./";
+    word += path;
+    if (!word.empty() &&
+        word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./+,:@%=-") ==
+            std::string::npos)
+        return word;
+    std::string quoted = "'";
+    for (char c : word) {
+        if (c == '\'')
+            quoted += "'\\''";
+        else
+            quoted += c;
+    }
+    quoted += "'";
+    return quoted;
+}
+
+} // namespace
+
+PlaneTextProperty::PlaneTextProperty() = default;
+
+PlaneTextProperty::~PlaneTextProperty() = default;
+
+int PlaneTextProperty::Load(const char* path) {
+    // A file that was just created (or does not look like a property file) is
+    // not read.
+    if (IsValidate(path) == 0)
+        return 0;
+    FILE* file = std::fopen(path, "r");
+    if (!file)
+        throwWithPath("cannot open file [%s]", path);
+    FileCloser closer(file);
+    char line[kLineBufferSize];
+    for (;;) {
+        std::memset(line, 0, sizeof line);
+        if (!std::fgets(line, sizeof line, file))
+            break;
+        ParseLine(line);
+    }
+    return closer.close();
+}
+
+int PlaneTextProperty::IsValidate(const char* path) {
+    if (!path)
+        throw new PropertyException("FIlename is NULL");
+    FILE* file = std::fopen(path, "r");
+    if (!file) {
+        const int error = errno;
+        std::puts("PlanText Property :: IsValidate Start ");
+        // Only a missing file is created: one that exists but cannot be read
+        // must not be truncated by opening it for writing.
+        if (error != ENOENT)
+            throwWithPath("cannot open file [%s]", path);
+        createWithComment(path);
+        return 0;
+    }
+    FileCloser closer(file);
+    struct stat info;
+    if (stat(path, &info) == -1) {
+        closer.close();
+        throw new PropertyException("fstat return error");
+    }
+    // A folder opens for reading on Linux but is no property file.
+    if (S_ISDIR(info.st_mode))
+        return 0;
+    if (info.st_size == 0) {
+        closer.close();
+        createWithComment(path);
+        return 0;
+    }
+    char line[kLineBufferSize];
+    std::memset(line, 0, sizeof line);
+    // A file that cannot be read reads as nothing.
+    if (!std::fgets(line, sizeof line, file))
+        return 0;
+    return std::strchr(line, '=') || std::strchr(line, '#') ? 1 : 0;
+}
+
+int PlaneTextProperty::Update(const char* path) {
+    if (!path)
+        throw new PropertyException("FIlename is NULL");
+    // A name too long for the buffer would be cut to another file's name.
+    if (std::strlen(path) + sizeof ".tmp" > kPathBufferSize)
+        throwWithPath("cannot open file [%s]", path);
+    // mv would move the file into a folder instead of replacing it.
+    struct stat info;
+    if (stat(path, &info) == 0 && S_ISDIR(info.st_mode))
+        throwWithPath("cannot open file [%s]", path);
+    char tmpName[kPathBufferSize];
+    std::memset(tmpName, 0, sizeof tmpName);
+    std::snprintf(tmpName, sizeof tmpName, "%s.tmp", path);
+
+    FILE* file = std::fopen(tmpName, "wb");
+    if (!file)
+        throwWithPath("cannot open file [%s]", path);
+    Vemlo::Data::Collection::HashTable* table = getTable();
+    bool written = true;
+    const int count = table->getCount();
+    std::string line;
+    for (int i = 0; i < count && written; ++i) {
+        const char* key = table->getKey(i);
+        if (!key)
+            continue;
+        const char* value = table->getStringValue(i);
+        if (!value)
+            value = "";
+        if (!isWritable(key, value))
+            continue;
+        line.assign(key).append("=").append(value).append(";\n");
+        written = std::fwrite(line.data(), 1, line.size(), file) == line.size();
+    }
+    // A short write (full disk, file size limit) may only show when the
+    // buffer is flushed by fclose.
+    if (std::fclose(file) != 0)
+        written = false;
+    if (!written) {
+        std::remove(tmpName);
+        throwWithPath("cannot write file [%s]", path);
+    }
+
+    // The file is replaced in one step, only now that the new one is complete.
+    const std::string command = "mv -f " + shellWord(tmpName) + " " + shellWord(path);
+    const int status = std::system(command.c_str());
+    if (status != 0)
+        std::remove(tmpName);
+    return status;
+}
+
+int PlaneTextProperty::ParseLine(char* line) {
+    if (!line)
+        return 0;
+    // A comment marker anywhere disables the whole line.
+    if (std::strchr(line, '#'))
+        return 0;
+    if (char* newline = std::strchr(line, '\n'))
+        *newline = '\0';
+    const char* equals = std::strchr(line, '=');
+    if (!equals)
+        return 0;
+    const size_t keyLength = static_cast<size_t>(equals - line);
+    if (keyLength > kMaxKeyLength)
+        return 0;
+    const char* valueStart = equals + 1;
+    const char* semicolon = std::strchr(valueStart, ';');
+    if (!semicolon)
+        return 0;
+    const size_t valueLength = static_cast<size_t>(semicolon - valueStart);
+    if (valueLength > kMaxValueLength)
+        return 0;
+    // Nothing is trimmed: blanks around the key and the value are kept.
+    char key[kMaxKeyLength + 1];
+    char value[1024];
+    std::memset(key, 0, sizeof key);
+    std::memset(value, 0, sizeof value);
+    std::memcpy(key, line, keyLength);
+    std::memcpy(value, valueStart, valueLength);
+    setValue(key, value);
+    return 1;
+}
+
+} // namespace Properties
+} // namespace Data
+} // namespace Vemlo

@@ -1,0 +1,112 @@
+//===- support/TestConfig.h - A configuration folder for tests ------------===//
+//
+// Helpers for the tests of property files and of the configuration.
+//
+// TestConfig gives a test program the configuration the framework reads: a
+// temporary working directory holding Vemlo/Conf/default.config (an XML
+// property file) with the framework's keys, and VEMLO_WORKING_DIRECTORY
+// pointing at it. Create it at the start of the test, before anything reads
+// the configuration: the configuration folder is computed once per process.
+//
+//     VemloTest::TestConfig config;                      // DEBUG, 5, <dir>/http
+//     VemloTest::TestConfig config(VemloTest::ConfigEntries{{"Base.Log.Level", "ERROR"}});
+//
+// The destructor calls ConfigurationManager::DestroyManager() (so the sets'
+// System V semaphore sets go) and removes the folder. Destroy the services
+// that read the configuration (the logger registry) before it.
+//
+//===----------------------------------------------------------------------===//
+#ifndef VEMLO_TESTS_SUPPORT_TESTCONFIG_H
+#define VEMLO_TESTS_SUPPORT_TESTCONFIG_H
+
+#include "support/VemloTest.h"
+
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace VemloTest {
+
+// Dotted key and value of one configuration entry.
+using ConfigEntries = std::vector<std::pair<std::string, std::string>>;
+
+// Writes `entries` to `path` as an XML property file: root FileProperty, each
+// dotted key a path of nested elements. Values must not hold markup
+// characters. Returns false when the file cannot be written.
+bool WriteXmlPropertyFile(const std::string& path, const ConfigEntries& entries);
+
+class TestConfig {
+public:
+    // Base.Log.Level = DEBUG, Base.Log.BackupRange = 5 and
+    // Base.Http.TempPath = <working directory>/http, then `entries` (which
+    // replace defaults of the same key and add others). Sets
+    // VEMLO_WORKING_DIRECTORY (overwriting it). Fails the test (ADD_FAILURE)
+    // when the folder cannot be written.
+    explicit TestConfig(const ConfigEntries& entries = {});
+    // DestroyManager(), then the folder goes.
+    ~TestConfig();
+    TestConfig(const TestConfig&) = delete;
+    TestConfig& operator=(const TestConfig&) = delete;
+
+    // The value VEMLO_WORKING_DIRECTORY was set to.
+    const std::string& workingDirectory() const { return m_dir.path(); }
+    // <working directory>/Vemlo/Conf/
+    std::string folder() const { return m_dir.path() + "/Vemlo/Conf/"; }
+    // <working directory>/Vemlo/Conf/default.config
+    std::string file() const { return folder() + "default.config"; }
+
+private:
+    TempDir m_dir;
+};
+
+// The whole file ("" when it cannot be read) / replaces it with `text`.
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& text);
+
+// Runs `body` (returning an int) in a forked child process and gives the
+// child's exit code, or -1 when it did not exit normally. The child must
+// release what it creates (semaphore sets, files) before `body` returns.
+template <class Body>
+int RunInChild(Body&& body) {
+    std::fflush(nullptr);
+    const pid_t pid = fork();
+    if (pid == 0)
+        _exit(body());
+    int status = 0;
+    if (pid < 0 || waitpid(pid, &status, 0) != pid)
+        return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Reads a thrown PropertyException's message and code (its Exception base is
+// private, so the usual accessors cannot be called on it).
+const char* MessageOf(Vemlo::Data::Properties::PropertyException* e);
+int CodeOf(Vemlo::Data::Properties::PropertyException* e);
+
+// As ExpectThrown, for PropertyException.
+template <class Body>
+void ExpectPropertyThrown(Body&& body, int code, const char* message) {
+    try {
+        body();
+    } catch (Vemlo::Data::Properties::PropertyException* e) {
+        if (e == nullptr) {
+            ADD_FAILURE() << "a null pointer was thrown";
+            return;
+        }
+        EXPECT_EQ(CodeOf(e), code);
+        if (message) {
+            EXPECT_STREQ(MessageOf(e), message);
+        }
+        delete e;
+        return;
+    }
+    ADD_FAILURE() << "expected a thrown PropertyException";
+}
+
+} // namespace VemloTest
+
+#endif // VEMLO_TESTS_SUPPORT_TESTCONFIG_H
