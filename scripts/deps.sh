@@ -21,7 +21,7 @@ vemlo_need_packages() {
 # What a host build needs.
 VEMLO_BUILD_PACKAGES=(cmake make g++ pkg-config)
 # What the test lanes need on top.
-VEMLO_TEST_PACKAGES=(googletest libgtest-dev libxml2-utils util-linux binutils python3 libssl-dev zlib1g-dev)
+VEMLO_TEST_PACKAGES=(googletest libgtest-dev libxml2-utils util-linux binutils python3 libssl-dev zlib1g-dev procps)
 # The fuzz lane: clang with libFuzzer and the sanitizer runtimes.
 VEMLO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 # Benchmarks: Google Benchmark and the libraries measured beside libVemlo.

@@ -4,13 +4,15 @@
 # over all lanes.
 #   host: GCC, Debug, AddressSanitizer + UndefinedBehaviorSanitizer
 #   fuzz: clang, libFuzzer harnesses with ASan + UBSan, each for a bounded time
+#   tsan: GCC, Debug, ThreadSanitizer, the tests labelled "threads" (threads,
+#         the reaper, locks, logging)
 #   arm : cross build for arm-linux-gnueabihf, run under qemu-arm
-# VEMLO_LANES="host fuzz arm" picks lanes; VEMLO_JOBS sets the parallelism.
+# VEMLO_LANES="host fuzz tsan arm" picks lanes; VEMLO_JOBS sets the parallelism.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/scripts/deps.sh"
 jobs=${VEMLO_JOBS:-$(nproc)}
-lanes=${VEMLO_LANES:-host fuzz arm}
+lanes=${VEMLO_LANES:-host fuzz tsan arm}
 out=$root/build
 total_passed=0
 total_failed=0
@@ -87,6 +89,13 @@ for lane in $lanes; do
                 echo "=== fuzz lane: harnesses"
                 run_ctest fuzz "$out/fuzz"
             fi
+        fi
+        ;;
+    tsan)
+        if build_lane tsan "$out/tsan" -DCMAKE_BUILD_TYPE=Debug -DVEMLO_SANITIZE=thread; then
+            echo "=== tsan lane: tests labelled threads"
+            TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+                run_ctest tsan "$out/tsan" -L threads
         fi
         ;;
     arm)

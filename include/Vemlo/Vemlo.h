@@ -52,9 +52,14 @@
 #include <Vemlo/Util/System/CSingleLock.h>
 #include <Vemlo/Util/System/Mutex.h>
 #include <Vemlo/Service/WorkException.h>
+#include <Vemlo/Service/Thread.h>
+#include <Vemlo/Service/ThreadMemoryRemover.h>
+#include <Vemlo/Util/System/CTime.h>
 
 // Logging
 #include <Vemlo/Log/LogException.h>
+#include <Vemlo/Log/FileLog.h>
+#include <Vemlo/Log/Logger.h>
 
 // Events
 #include <Vemlo/Event/EventException.h>

@@ -1,0 +1,139 @@
+//===- Service/ThreadMemoryRemoverTest.cpp - The thread reaper ------------===//
+#include "support/SyslogSink.h"
+#include "support/TestConfig.h"
+#include "support/VemloTest.h"
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include <dirent.h>
+#include <syslog.h>
+
+using Vemlo::Log::Logger;
+using Vemlo::Service::Thread;
+using Vemlo::Service::ThreadMemoryRemover;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+template <class Pred> bool waitFor(Pred done, std::chrono::milliseconds limit) {
+    const auto end = Clock::now() + limit;
+    while (!done()) {
+        if (Clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+int taskCount() {
+    int count = 0;
+    if (DIR* dir = opendir("/proc/self/task")) {
+        while (dirent* entry = readdir(dir))
+            if (entry->d_name[0] != '.')
+                ++count;
+        closedir(dir);
+    }
+    return count;
+}
+
+std::atomic<int> g_deleted{0};
+
+// Runs until released or stopped; counts its deletions.
+class Worker : public Thread {
+public:
+    ~Worker() override { ++g_deleted; }
+    void Run() override {
+        while (!m_bStop && !release)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    std::atomic<bool> release{false};
+};
+
+// The reaper logs through the registry, which reads the configuration; its
+// debug line goes to the sink.
+class ThreadMemoryRemoverTest : public testing::Test {
+protected:
+    void SetUp() override {
+        // A sanitizer's helper thread starts with the first thread; under qemu
+        // a joined thread may linger for a moment.
+        std::thread([] {}).join();
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        g_deleted = 0;
+    }
+    void TearDown() override {
+        ThreadMemoryRemover::DestroyInstance();
+        Logger::DestroyLogger();
+    }
+    VemloTest::TestConfig m_config;
+    VemloTest::SyslogSink m_sink;
+};
+
+} // namespace
+
+TEST_F(ThreadMemoryRemoverTest, DeletesHandedOverThreadsOnceTheyFinish) {
+    SYSLOG_SINK_OR_SKIP(m_sink);
+    const int before = taskCount();
+
+    ThreadMemoryRemover* reaper = ThreadMemoryRemover::GetInstance();
+    ASSERT_NE(reaper, nullptr);
+    EXPECT_EQ(ThreadMemoryRemover::GetInstance(), reaper);
+    VemloTest::SyslogRecord started;
+    ASSERT_TRUE(m_sink.next(started));
+    EXPECT_EQ(started.priority, LOG_DEBUG);
+    EXPECT_EQ(started.identity.rfind("[libVemlo] ThreadMemoryRemover(", 0), 0u) << started.raw;
+    EXPECT_EQ(started.text, "[DEBUG] [Run] start");
+
+    Worker* running = new Worker();
+    ASSERT_TRUE(running->Start());
+    Worker* stopped = new Worker();
+    ASSERT_TRUE(stopped->Start());
+    ASSERT_TRUE(stopped->Stop(true));
+    reaper->addThread(running);
+    reaper->addThread(stopped);
+    reaper->addThread(nullptr);
+
+    // The stopped one goes in the next scan; the running one stays.
+    EXPECT_TRUE(waitFor([] { return g_deleted == 1; }, std::chrono::seconds(5)));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+    EXPECT_EQ(g_deleted, 1);
+
+    auto released = Clock::now();
+    running->release = true;
+    EXPECT_TRUE(waitFor([] { return g_deleted == 2; }, std::chrono::seconds(5)));
+    EXPECT_LT(Clock::now() - released, std::chrono::milliseconds(2500));
+
+    // The loop ends on the stop flag and is joined before the delete.
+    auto stopping = Clock::now();
+    ThreadMemoryRemover::DestroyInstance();
+    EXPECT_LT(Clock::now() - stopping, std::chrono::milliseconds(900));
+    ThreadMemoryRemover::DestroyInstance(); // none left: nothing happens
+    EXPECT_TRUE(waitFor([&] { return taskCount() <= before; }, std::chrono::seconds(5)))
+        << taskCount() << " threads, " << before << " before";
+}
+
+TEST_F(ThreadMemoryRemoverTest, TwoHundredThreadsLeaveNothingBehind) {
+    SYSLOG_SINK_OR_SKIP(m_sink);
+    const int before = taskCount();
+    constexpr int kThreads = 200;
+    ThreadMemoryRemover* reaper = ThreadMemoryRemover::GetInstance();
+    for (int i = 0; i < kThreads; ++i) {
+        Worker* worker = new Worker();
+        // Parked first, so that Start() need not poll in 50 ms steps.
+        ASSERT_TRUE(waitFor([&] { return worker->getState() == 0; }, std::chrono::seconds(5)));
+        ASSERT_TRUE(worker->Start());
+        if (i % 2 == 0) {
+            ASSERT_TRUE(worker->Stop(true));
+        } else {
+            worker->release = true; // ends by itself; the reaper joins it
+        }
+        reaper->addThread(worker);
+    }
+    EXPECT_TRUE(waitFor([] { return g_deleted == kThreads; }, std::chrono::seconds(20)))
+        << g_deleted << " deleted";
+    ThreadMemoryRemover::DestroyInstance();
+    EXPECT_TRUE(waitFor([&] { return taskCount() <= before; }, std::chrono::seconds(5)))
+        << taskCount() << " threads, " << before << " before";
+}
