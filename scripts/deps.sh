@@ -19,7 +19,7 @@ vemlo_need_packages() {
 }
 
 # What a host build needs.
-VEMLO_BUILD_PACKAGES=(cmake make g++ pkg-config)
+VEMLO_BUILD_PACKAGES=(cmake make g++ pkg-config libsqlite3-dev)
 # What the test lanes need on top.
 VEMLO_TEST_PACKAGES=(googletest libgtest-dev libxml2-utils util-linux binutils python3 libssl-dev zlib1g-dev procps)
 # The fuzz lane: clang with libFuzzer and the sanitizer runtimes.
@@ -29,8 +29,8 @@ VEMLO_BENCH_PACKAGES=(libbenchmark-dev libtinyxml2-dev libpugixml-dev libssl-dev
 # The ARM lane: cross compiler and user-mode emulator.
 VEMLO_ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
 # armhf libraries that the library links on the target, unpacked into the
-# lane's sysroot (empty until a subsystem needs one).
-VEMLO_ARMHF_LIBRARIES=()
+# lane's sysroot.
+VEMLO_ARMHF_LIBRARIES=(libsqlite3-0 libsqlite3-dev)
 
 # vemlo_armhf_sysroot DIR: fetches VEMLO_ARMHF_LIBRARIES with apt-get download
 # and unpacks them with dpkg -x into DIR. Fails when they cannot be had.

@@ -71,6 +71,7 @@
 
 // Database
 #include <Vemlo/DB/DBException.h>
+#include <Vemlo/DB/Sqlite.h>
 
 // Codecs and ciphers
 #include <Vemlo/Common/Convertor/Aes.h>

@@ -1,0 +1,371 @@
+//===- DB/Sqlite.cpp - A SQLite connection with retries -------------------===//
+#include <Vemlo/DB/Sqlite.h>
+
+#include <Vemlo/DB/DBException.h>
+#include <Vemlo/Data/Collection/Row.h>
+#include <Vemlo/Log/FileLog.h>
+#include <Vemlo/Log/Logger.h>
+#include <Vemlo/String.h>
+
+#include <sqlite3.h>
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+namespace Vemlo {
+namespace DB {
+
+using Vemlo::Data::Collection::ArrayList;
+using Vemlo::Data::Collection::Row;
+using Vemlo::Data::Collection::Table;
+using Vemlo::Log::FileLog;
+
+namespace {
+
+constexpr int kAttempts = 10;
+constexpr int kCommitAttempts = 40;
+constexpr int kPauseMicros = 200000;
+const char kChannel[] = "[libVemlo] Sqlite";
+
+void pause(long micros) {
+    if (micros <= 0)
+        return;
+    struct timespec ts;
+    ts.tv_sec = micros / 1000000;
+    ts.tv_nsec = (micros % 1000000) * 1000;
+    while (nanosleep(&ts, &ts) != 0) {
+    }
+}
+
+FileLog* channel() { return Vemlo::Log::Logger::getLogger()->getLog(kChannel); }
+
+// The channel may be missing when no log level is configured: the lines are
+// then dropped.
+template <class... Args> void debug(FileLog* log, const char* format, Args... args) {
+    if (log)
+        log->WriteDebug(format, args...);
+}
+
+template <class... Args> void error(FileLog* log, const char* format, Args... args) {
+    if (log)
+        log->WriteError(format, args...);
+}
+
+// SQLite's error text, released once read; the code's text when there is none.
+String takeError(char*& text, int code) {
+    String message(text ? text : sqlite3_errstr(code));
+    sqlite3_free(text);
+    text = nullptr;
+    return message;
+}
+
+[[noreturn]] void throwCannotOpen(const char* file) {
+    String message;
+    message.Format("[DB] Can't open database: %s (Retried %d times)\n", file ? file : "", kAttempts);
+    throw new DBException(message.c_str());
+}
+
+// Closes `database` with 10 attempts, `pauseMicros` apart; throws when it
+// cannot.
+void closeWithRetries(sqlite3* database, long pauseMicros) {
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        if (sqlite3_close(database) == SQLITE_OK)
+            return;
+        if (attempt < kAttempts)
+            pause(pauseMicros);
+    }
+    String message;
+    message.Format("[DB] Can't close database: %s\n", sqlite3_errmsg(database));
+    throw new DBException(message.c_str());
+}
+
+// Runs a query with 10 attempts; fills `table`. Returns SQLITE_OK, or the
+// last code with its text in `failure`.
+int queryInto(sqlite3* database, const char* sql, long pauseMicros, Table*& table, String& failure) {
+    char** result = nullptr;
+    int rows = 0, columns = 0, code = SQLITE_OK;
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        char* text = nullptr;
+        code = sqlite3_get_table(database, sql, &result, &rows, &columns, &text);
+        if (code == SQLITE_OK) {
+            sqlite3_free(text);
+            break;
+        }
+        failure = takeError(text, code);
+        if (attempt < kAttempts)
+            pause(pauseMicros);
+    }
+    if (code != SQLITE_OK)
+        return code;
+
+    if (!table)
+        table = new Table;
+    for (int c = 0; c < columns; ++c)
+        table->addColumn(result[c]);
+    for (int r = 1; r <= rows; ++r) {
+        Row* row = new Row;
+        for (int c = 0; c < columns; ++c) {
+            const char* value = result[r * columns + c];
+            row->addString(value ? value : "");
+        }
+        table->addRow(row);
+    }
+    sqlite3_free_table(result);
+    return SQLITE_OK;
+}
+
+} // namespace
+
+Sqlite::Sqlite()
+    : m_pDatabase(nullptr), m_pMutex(sqlite3_mutex_alloc(SQLITE_MUTEX_FAST)),
+      m_bInTransaction(false), m_nOption(0), m_pLog(channel()) {}
+
+Sqlite::~Sqlite() {
+    if (m_pMutex)
+        sqlite3_mutex_free(m_pMutex);
+    m_pMutex = nullptr;
+}
+
+int Sqlite::Open(const char* file, int mode) {
+    m_bInTransaction = false;
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        sqlite3* database = nullptr;
+        const int code = mode == kReadWrite
+                             ? sqlite3_open(file, &database)
+                             : sqlite3_open_v2(file, &database, SQLITE_OPEN_READONLY, nullptr);
+        if (code == SQLITE_OK) {
+            if (m_pDatabase)
+                sqlite3_close(m_pDatabase);
+            m_pDatabase = database;
+            return 1;
+        }
+        sqlite3_close(database);
+        if (attempt < kAttempts)
+            pause(kPauseMicros);
+    }
+    throwCannotOpen(file);
+}
+
+void Sqlite::setOption(int option) { m_nOption = option; }
+
+int Sqlite::Execute(const char* sql, int pauseMicros) {
+    int code = SQLITE_OK;
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        char* text = nullptr;
+        code = sqlite3_exec(m_pDatabase, sql, nullptr, nullptr, &text);
+        if (code == SQLITE_OK)
+            return 1;
+        debug(m_pLog, "[Sqlite::Execute][ERROR:%d] sqlite3_exec %s\n ", code,
+              takeError(text, code).c_str());
+        if (attempt < kAttempts)
+            pause(pauseMicros);
+    }
+    if (!(m_nOption & 1)) {
+        try {
+            Close();
+        } catch (DBException* e) {
+            debug(m_pLog, "####### [Execute] %s\n ", e->GetMessage());
+            delete e;
+            return 0;
+        }
+    }
+    error(m_pLog, "sqlite3_exec Error : %d", code);
+    return 0;
+}
+
+Table* Sqlite::getTable(const char* sql, int pauseMicros) {
+    Table* table = nullptr;
+    String failure;
+    if (queryInto(m_pDatabase, sql, pauseMicros, table, failure) == SQLITE_OK)
+        return table;
+    if (!(m_nOption & 1))
+        Close();
+    String message;
+    message.Format("[DB] Can't get database table: %s\n", failure.c_str());
+    throw new DBException(message.c_str());
+}
+
+int Sqlite::getTable(const char* sql, Table& table) {
+    Table* target = &table;
+    String failure;
+    const int code = queryInto(m_pDatabase, sql, kPauseMicros, target, failure);
+    if (code == SQLITE_OK)
+        return 1;
+    if (!(m_nOption & 1))
+        Close();
+    String message;
+    message.Format("[DB] Can't get database table(%d): %s\n", code, failure.c_str());
+    throw new DBException(message.c_str());
+}
+
+int Sqlite::TransactionStart() {
+    char* text = nullptr;
+    const int code = sqlite3_exec(m_pDatabase, "BEGIN TRANSACTION;", nullptr, nullptr, &text);
+    if (code == SQLITE_OK) {
+        m_bInTransaction = true;
+        return 1;
+    }
+    error(m_pLog, "[DB]Can't BEGIN TRANSACTION: %s\n", takeError(text, code).c_str());
+    return 0;
+}
+
+namespace {
+
+// Commit and Rollback: 40 attempts, 0.2 s apart, the last one included.
+// Returns the last code; its text in `failure`.
+int endTransaction(sqlite3* database, const char* sql, const char* retryLine, FileLog* log,
+                   String& failure) {
+    int code = SQLITE_OK;
+    for (int attempt = 1; attempt <= kCommitAttempts; ++attempt) {
+        char* text = nullptr;
+        code = sqlite3_exec(database, sql, nullptr, nullptr, &text);
+        if (code == SQLITE_OK)
+            return code;
+        failure = takeError(text, code);
+        debug(log, "%s", retryLine);
+        pause(kPauseMicros);
+    }
+    return code;
+}
+
+} // namespace
+
+int Sqlite::Commit() {
+    if (!m_bInTransaction) {
+        debug(m_pLog, "[Sqlite::Commit] Not in transaction section.\n");
+        return 1;
+    }
+    String failure;
+    if (endTransaction(m_pDatabase, "COMMIT;", "[Sqlite::Commit] retry\n", m_pLog, failure) ==
+        SQLITE_OK) {
+        m_bInTransaction = false;
+        return 1;
+    }
+    error(m_pLog, "[DB]Can't commit database: %s\n", failure.c_str());
+    if (m_nOption & 1)
+        return 0;
+    m_bInTransaction = false;
+    sqlite3_close(m_pDatabase);
+    m_pDatabase = nullptr;
+    return 0;
+}
+
+int Sqlite::Rollback() {
+    if (!m_bInTransaction) {
+        debug(m_pLog, "[Sqlite::Rollback] Not in transaction section.\n");
+        return 1;
+    }
+    String failure;
+    if (endTransaction(m_pDatabase, "ROLLBACK;", "[Sqlite::Rollback] retry\n", m_pLog, failure) ==
+        SQLITE_OK) {
+        m_bInTransaction = false;
+        return 1;
+    }
+    error(m_pLog, "[DB]Can't rollback database: %s\n", failure.c_str());
+    if (m_nOption & 1)
+        return 0;
+    m_bInTransaction = false;
+    sqlite3_close(m_pDatabase);
+    m_pDatabase = nullptr;
+    return 0;
+}
+
+int Sqlite::Lock() {
+    if (!TransactionStart())
+        return 0;
+    if (m_pMutex)
+        sqlite3_mutex_enter(m_pMutex);
+    return 1;
+}
+
+int Sqlite::UnLock() {
+    if (m_pMutex)
+        sqlite3_mutex_leave(m_pMutex);
+    return Commit();
+}
+
+void Sqlite::Close() {
+    closeWithRetries(m_pDatabase, kPauseMicros);
+    m_pDatabase = nullptr;
+}
+
+int Sqlite::Close(sqlite3* database) {
+    closeWithRetries(database, kPauseMicros);
+    return 1;
+}
+
+int Sqlite::Open(const char* file, sqlite3** database) {
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        if (sqlite3_open(file, database) == SQLITE_OK)
+            return 1;
+        sqlite3_close(*database);
+        *database = nullptr;
+    }
+    throwCannotOpen(file);
+}
+
+int Sqlite::ApplyCommandSet(const char* file, ArrayList* commands) {
+    FileLog* log = channel();
+    if (!commands || commands->Count() == 0) {
+        debug(log, "[Sqlite::ApplyCommandSet] commands is null.\n");
+        return 0;
+    }
+    sqlite3* database = nullptr;
+    try {
+        Open(file, &database);
+        for (int i = 0; i < commands->Count(); ++i) {
+            const char* sql = commands->AtString(i);
+            if (!sql) {
+                debug(log, "[Sqlite::ApplyCommandSet] %dth commands is invalid.\n", i);
+                continue;
+            }
+            debug(log, "%s\n", sql);
+            int attempt = 1;
+            for (;; ++attempt) {
+                char* text = nullptr;
+                const int code = sqlite3_exec(database, sql, nullptr, nullptr, &text);
+                if (code == SQLITE_OK)
+                    break;
+                debug(log, "[Sqlite::ApplyCommandSet][ERROR:%d] sqlite3_exec %s\n ", code,
+                      takeError(text, code).c_str());
+                if (attempt == kAttempts)
+                    throw new DBException(sql);
+                pause(kPauseMicros);
+            }
+        }
+        Close(database);
+        return 1;
+    } catch (DBException* e) {
+        debug(log, "####### [Execute] %s\n ", e->GetMessage());
+        delete e;
+    } catch (...) {
+        debug(log, "####### [Execute] ETC error\n ");
+    }
+    if (database)
+        sqlite3_close(database);
+    return 0;
+}
+
+int Sqlite::Backup(const char* source, const char* target, ArrayList* commands) {
+    FileLog* log = channel();
+    String command;
+    command.Format("cp -f %s %s", source ? source : "", target ? target : "");
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) {
+        error(log, "[Backup] popen error.");
+        return 0;
+    }
+    char output[512];
+    std::memset(output, 0, sizeof output);
+    if (!std::fgets(output, sizeof output, pipe))
+        output[0] = '\0';
+    pclose(pipe);
+    if (output[0] == '\0')
+        return ApplyCommandSet(target, commands);
+    error(log, "[Backup] cp error : %s", output);
+    return 0;
+}
+
+} // namespace DB
+} // namespace Vemlo

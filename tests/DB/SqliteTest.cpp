@@ -1,0 +1,353 @@
+//===- DB/SqliteTest.cpp - The SQLite wrapper against real contention -----===//
+#include "support/SyslogSink.h"
+#include "support/TestConfig.h"
+#include "support/VemloTest.h"
+
+#include <sqlite3.h>
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <thread>
+
+#include <poll.h>
+#include <sched.h>
+#include <syslog.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using Vemlo::Data::Collection::ArrayList;
+using Vemlo::Data::Collection::Table;
+using Vemlo::DB::DBException;
+using Vemlo::DB::Sqlite;
+using VemloTest::ExpectThrown;
+using VemloTest::TempDir;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// A second connection of our own, opened with plain sqlite3 calls.
+struct RawConnection {
+    sqlite3* db = nullptr;
+    explicit RawConnection(const std::string& file) { sqlite3_open(file.c_str(), &db); }
+    ~RawConnection() { sqlite3_close(db); }
+    int exec(const char* sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr); }
+    int count(const char* table) {
+        int n = -1;
+        const std::string sql = std::string("SELECT COUNT(*) FROM ") + table + ";";
+        sqlite3_exec(
+            db, sql.c_str(),
+            [](void* out, int, char** values, char**) {
+                *static_cast<int*>(out) = atoi(values[0]);
+                return 0;
+            },
+            &n, nullptr);
+        return n;
+    }
+};
+
+// Reads one byte from `fd` within `seconds`; false on time-out.
+bool readByte(int fd, int seconds) {
+    struct pollfd p = {fd, POLLIN, 0};
+    char c;
+    return poll(&p, 1, seconds * 1000) == 1 && read(fd, &c, 1) == 1;
+}
+
+// Waits for `pid` at most `seconds`, then kills it.
+void reap(pid_t pid, int seconds) {
+    for (int i = 0; i < seconds * 100; ++i) {
+        if (waitpid(pid, nullptr, WNOHANG) == pid)
+            return;
+        usleep(10000);
+    }
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+}
+
+// Every case has the configuration the log channel needs, and lets the
+// logger registry go before it.
+class SqliteTest : public testing::Test {
+protected:
+    void TearDown() override { Vemlo::Log::Logger::DestroyLogger(); }
+    VemloTest::TestConfig m_config;
+};
+
+void fillTable(Sqlite& db) {
+    ASSERT_EQ(db.Execute("CREATE TABLE t (id INTEGER, name TEXT, score REAL);", 0), 1);
+    ASSERT_EQ(db.Execute("INSERT INTO t VALUES (1, 'pump', 2.5), (2, NULL, NULL);", 0), 1);
+}
+
+} // namespace
+
+TEST_F(SqliteTest, OpensQueriesAndGivesEmptyTextForNull) {
+    TempDir dir;
+    const std::string file = dir.file("device.db");
+    Sqlite db;
+    ASSERT_EQ(db.Open(file.c_str(), Sqlite::kReadWrite), 1); // created
+    fillTable(db);
+
+    std::unique_ptr<Table> table(db.getTable("SELECT id, name, score FROM t ORDER BY id;", 0));
+    ASSERT_EQ(table->getColumnCount(), 3);
+    ASSERT_EQ(table->getRowCount(), 2);
+    table->Reset();
+    ASSERT_TRUE(table->MoveNext());
+    EXPECT_EQ(table->getCurrent()->getInt("id"), 1);
+    EXPECT_STREQ(table->getCurrent()->getString("name"), "pump");
+    EXPECT_DOUBLE_EQ(table->getCurrent()->getDouble("score"), 2.5);
+    ASSERT_TRUE(table->MoveNext());
+    EXPECT_STREQ(table->getCurrent()->getString("name"), "");
+    EXPECT_STREQ(table->getCurrent()->getString(2), "");
+
+    // The table form appends to what the table holds.
+    EXPECT_EQ(db.getTable("SELECT id, name, score FROM t;", *table), 1);
+    EXPECT_EQ(table->getRowCount(), 4);
+    EXPECT_EQ(table->getColumnCount(), 3);
+
+    // Outside a transaction, Commit and Rollback have nothing to do.
+    EXPECT_EQ(db.Commit(), 1);
+    EXPECT_EQ(db.Rollback(), 1);
+    ASSERT_EQ(db.TransactionStart(), 1);
+    db.Execute("DELETE FROM t;", 0);
+    EXPECT_EQ(db.Rollback(), 1);
+    EXPECT_EQ(RawConnection(file).count("t"), 2);
+
+    // Lock begins a transaction and takes the mutex; a second Lock fails at
+    // BEGIN without waiting on it.
+    ASSERT_EQ(db.Lock(), 1);
+    db.Execute("INSERT INTO t VALUES (3, 'valve', 1);", 0);
+    EXPECT_EQ(db.Lock(), 0);
+    EXPECT_EQ(db.UnLock(), 1);
+    EXPECT_EQ(RawConnection(file).count("t"), 3);
+    db.Close();
+}
+
+TEST_F(SqliteTest, ReadOnlyOpenOfAMissingFileRetriesThenThrows) {
+    TempDir dir;
+    const std::string file = dir.file("missing.db");
+    Sqlite db;
+    const auto start = Clock::now();
+    ExpectThrown<DBException>([&] { db.Open(file.c_str(), 1); }, 0,
+                              ("[DB] Can't open database: " + file + " (Retried 10 times)\n").c_str());
+    const double elapsed = secondsSince(start);
+    EXPECT_GE(elapsed, 9 * 0.2 - 0.05); // nine pauses, none after the last attempt
+    EXPECT_LT(elapsed, 6.0);
+    EXPECT_NE(access(file.c_str(), F_OK), 0);
+}
+
+TEST_F(SqliteTest, BusyDatabaseIsRetriedThenClosesUnlessKept) {
+    VemloTest::SyslogSink sink;
+    SYSLOG_SINK_OR_SKIP(sink);
+    TempDir dir;
+    const std::string file = dir.file("busy.db");
+    Sqlite db;
+    db.Open(file.c_str(), Sqlite::kReadWrite);
+    fillTable(db);
+    RawConnection other(file);
+    ASSERT_EQ(other.exec("BEGIN EXCLUSIVE;"), SQLITE_OK);
+
+    // Ten attempts 1 ms apart, then 0; option 0 closes the connection.
+    sink.drain();
+    auto start = Clock::now();
+    EXPECT_EQ(db.Execute("INSERT INTO t VALUES (9, 'x', 0);", 1000), 0);
+    EXPECT_GE(secondsSince(start), 0.009);
+    EXPECT_LT(secondsSince(start), 2.0);
+    const auto lines = sink.take(11);
+    ASSERT_EQ(lines.size(), 11u);
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(lines[i].priority, LOG_DEBUG);
+        EXPECT_EQ(lines[i].identity.rfind("[libVemlo] Sqlite(", 0), 0u) << lines[i].identity;
+        EXPECT_EQ(lines[i].text, "[DEBUG] [Sqlite::Execute][ERROR:5] sqlite3_exec database is locked\n ");
+    }
+    EXPECT_EQ(lines[10].priority, LOG_ERR);
+    EXPECT_EQ(lines[10].text, "[ERROR] sqlite3_exec Error : 5");
+    other.exec("COMMIT;");
+    EXPECT_EQ(db.Execute("INSERT INTO t VALUES (9, 'x', 0);", 0), 0); // closed: no connection
+
+    // Option bit 0 keeps it open: the same statement works once the lock goes.
+    Sqlite kept;
+    kept.setOption(1);
+    kept.Open(file.c_str(), Sqlite::kReadWrite);
+    other.exec("BEGIN EXCLUSIVE;");
+    EXPECT_EQ(kept.Execute("INSERT INTO t VALUES (9, 'x', 0);", 1000), 0);
+    ExpectThrown<DBException>([&] { kept.getTable("SELECT * FROM t;", 1000); }, 0,
+                              "[DB] Can't get database table: database is locked\n");
+    other.exec("COMMIT;");
+    EXPECT_EQ(kept.Execute("INSERT INTO t VALUES (9, 'x', 0);", 1000), 1);
+    kept.Close();
+}
+
+TEST_F(SqliteTest, BusyFromAnotherProcessMakesTheQueryThrow) {
+    TempDir dir;
+    const std::string file = dir.file("shared.db");
+    {
+        RawConnection setup(file);
+        setup.exec("CREATE TABLE t (v INTEGER); INSERT INTO t VALUES (1);");
+    }
+    int ready[2], release[2];
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(release), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        RawConnection holder(file);
+        holder.exec("BEGIN EXCLUSIVE;");
+        (void)!write(ready[1], "r", 1);
+        readByte(release[0], 30);
+        holder.exec("COMMIT;");
+        _exit(0);
+    }
+    ASSERT_TRUE(readByte(ready[0], 10));
+    Sqlite db;
+    db.setOption(1);
+    db.Open(file.c_str(), Sqlite::kReadWrite);
+    Table table;
+    const auto start = Clock::now();
+    ExpectThrown<DBException>([&] { db.getTable("SELECT v FROM t;", table); }, 0,
+                              "[DB] Can't get database table(5): database is locked\n");
+    EXPECT_GE(secondsSince(start), 9 * 0.2 - 0.05);
+    (void)!write(release[1], "g", 1);
+    reap(child, 10);
+    EXPECT_EQ(db.getTable("SELECT v FROM t;", table), 1);
+    EXPECT_EQ(table.getRowCount(), 1);
+    db.Close();
+    for (int fd : {ready[0], ready[1], release[0], release[1]})
+        close(fd);
+}
+
+TEST_F(SqliteTest, FailedCommitKeepsTheTransactionForALaterCommit) {
+    TempDir dir;
+    const std::string file = dir.file("commit.db");
+    Sqlite db;
+    db.setOption(1);
+    db.Open(file.c_str(), Sqlite::kReadWrite);
+    fillTable(db);
+    ASSERT_EQ(db.TransactionStart(), 1);
+    ASSERT_EQ(db.Execute("INSERT INTO t VALUES (7, 'kept', 0);", 0), 1);
+
+    // A reader's shared lock blocks the commit for all 40 attempts.
+    RawConnection reader(file);
+    ASSERT_EQ(reader.exec("BEGIN; SELECT COUNT(*) FROM t;"), SQLITE_OK);
+    const auto start = Clock::now();
+    EXPECT_EQ(db.Commit(), 0);
+    EXPECT_GE(secondsSince(start), 40 * 0.2 - 0.1);
+    EXPECT_LT(secondsSince(start), 30.0);
+    reader.exec("COMMIT;");
+
+    EXPECT_EQ(db.Commit(), 1); // the same transaction, committed now
+    EXPECT_EQ(reader.count("t"), 3);
+    db.Close();
+}
+
+TEST_F(SqliteTest, NothingCommittedIsLostWhenTheProcessIsKilled) {
+    TempDir dir;
+    const std::string file = dir.file("killed.db");
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        // The child's semaphore sets (log channels, configuration) cannot be
+        // removed by a killed process: they live in an IPC namespace of its
+        // own, which goes with it.
+        if (unshare(CLONE_NEWIPC) != 0) {
+            (void)!write(ready[1], "s", 1);
+            _exit(77);
+        }
+        Sqlite db;
+        db.Open(file.c_str(), Sqlite::kReadWrite);
+        db.Execute("CREATE TABLE t (v INTEGER);", 0);
+        db.TransactionStart();
+        for (int i = 0; i < 100; ++i)
+            db.Execute("INSERT INTO t VALUES (1);", 0);
+        db.Commit();
+        db.TransactionStart();
+        for (int i = 0; i < 50; ++i)
+            db.Execute("INSERT INTO t VALUES (2);", 0);
+        (void)!write(ready[1], "r", 1);
+        sleep(30);
+        _exit(0);
+    }
+    char state = 0;
+    struct pollfd p = {ready[0], POLLIN, 0};
+    ASSERT_EQ(poll(&p, 1, 30000), 1);
+    ASSERT_EQ(read(ready[0], &state, 1), 1);
+    kill(child, SIGKILL);
+    reap(child, 10);
+    close(ready[0]);
+    close(ready[1]);
+    if (state == 's')
+        GTEST_SKIP() << "cannot create an IPC namespace here";
+
+    Sqlite db;
+    db.Open(file.c_str(), Sqlite::kReadWrite);
+    std::unique_ptr<Table> rows(db.getTable("SELECT v, COUNT(*) FROM t GROUP BY v;", 0));
+    ASSERT_EQ(rows->getRowCount(), 1);
+    rows->Reset();
+    rows->MoveNext();
+    EXPECT_EQ(rows->getCurrent()->getInt(0), 1);
+    EXPECT_EQ(rows->getCurrent()->getInt(1), 100);
+    std::unique_ptr<Table> check(db.getTable("PRAGMA integrity_check;", 0));
+    check->Reset();
+    check->MoveNext();
+    EXPECT_STREQ(check->getCurrent()->getString(0), "ok");
+    db.Close();
+}
+
+TEST_F(SqliteTest, CorruptFileGivesTheExceptionNotACrash) {
+    TempDir dir;
+    const std::string file = dir.file("corrupt.db");
+    std::mt19937 rng(7);
+    {
+        std::ofstream out(file, std::ios::binary);
+        for (int i = 0; i < 8192; ++i)
+            out.put(static_cast<char>(rng()));
+    }
+    Sqlite db;
+    db.setOption(1);
+    ASSERT_EQ(db.Open(file.c_str(), Sqlite::kReadWrite), 1); // SQLite reads lazily
+    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", 0); }, 0,
+                              "[DB] Can't get database table: file is not a database\n");
+    EXPECT_EQ(db.Execute("CREATE TABLE t (v INTEGER);", 0), 0);
+    db.Close();
+}
+
+TEST_F(SqliteTest, CommandSetsApplyInOrderWithoutATransactionAndBackupAppliesToTheCopy) {
+    TempDir dir;
+    const std::string file = dir.file("commands.db");
+    ArrayList commands;
+    commands.Add("CREATE TABLE t (v INTEGER);");
+    commands.Add("INSERT INTO t VALUES (1);");
+    commands.Add("INSERT INTO missing VALUES (2);");
+    commands.Add("INSERT INTO t VALUES (3);");
+    EXPECT_EQ(Sqlite::ApplyCommandSet(file.c_str(), &commands), 0);
+    EXPECT_EQ(RawConnection(file).count("t"), 1); // the first two stay applied
+
+    ArrayList empty;
+    EXPECT_EQ(Sqlite::ApplyCommandSet(file.c_str(), &empty), 0);
+    EXPECT_EQ(Sqlite::ApplyCommandSet(file.c_str(), nullptr), 0);
+    ArrayList withGap;
+    withGap.Add(static_cast<Vemlo::Data::Object*>(nullptr)); // skipped
+    withGap.Add("INSERT INTO t VALUES (4);");
+    EXPECT_EQ(Sqlite::ApplyCommandSet(file.c_str(), &withGap), 1);
+
+    const std::string copy = dir.file("copy.db");
+    ArrayList upgrade;
+    upgrade.Add("ALTER TABLE t ADD COLUMN note TEXT;");
+    upgrade.Add("INSERT INTO t VALUES (5, 'upgraded');");
+    EXPECT_EQ(Sqlite::Backup(file.c_str(), copy.c_str(), &upgrade), 1);
+    EXPECT_EQ(RawConnection(copy).count("t"), 3);
+    EXPECT_EQ(RawConnection(file).count("t"), 2); // the source is untouched
+
+    // cp complains on standard error, not on the pipe: the commands still
+    // go to the target.
+    const std::string fresh = dir.file("fresh.db");
+    ArrayList create;
+    create.Add("CREATE TABLE f (v INTEGER);");
+    EXPECT_EQ(Sqlite::Backup(dir.file("none.db").c_str(), fresh.c_str(), &create), 1);
+    EXPECT_EQ(RawConnection(fresh).count("f"), 0);
+}
