@@ -210,59 +210,37 @@ int Sqlite::TransactionStart() {
     return 0;
 }
 
-namespace {
-
-// Commit and Rollback: 40 attempts, 0.2 s apart, the last one included.
-// Returns the last code; its text in `failure`.
-int endTransaction(sqlite3* database, const char* sql, const char* retryLine, FileLog* log,
-                   String& failure) {
-    int code = SQLITE_OK;
-    for (int attempt = 1; attempt <= kCommitAttempts; ++attempt) {
-        char* text = nullptr;
-        code = sqlite3_exec(database, sql, nullptr, nullptr, &text);
-        if (code == SQLITE_OK)
-            return code;
-        failure = takeError(text, code);
-        debug(log, "%s", retryLine);
-        pause(kPauseMicros);
-    }
-    return code;
-}
-
-} // namespace
-
 int Sqlite::Commit() {
-    if (!m_bInTransaction) {
-        debug(m_pLog, "[Sqlite::Commit] Not in transaction section.\n");
-        return 1;
-    }
-    String failure;
-    if (endTransaction(m_pDatabase, "COMMIT;", "[Sqlite::Commit] retry\n", m_pLog, failure) ==
-        SQLITE_OK) {
-        m_bInTransaction = false;
-        return 1;
-    }
-    error(m_pLog, "[DB]Can't commit database: %s\n", failure.c_str());
-    if (m_nOption & 1)
-        return 0;
-    m_bInTransaction = false;
-    sqlite3_close(m_pDatabase);
-    m_pDatabase = nullptr;
-    return 0;
+    return EndTransaction("COMMIT;", "[Sqlite::Commit] Not in transaction section.\n",
+                          "[Sqlite::Commit] retry\n", "[DB]Can't commit database: %s\n");
 }
 
 int Sqlite::Rollback() {
+    return EndTransaction("ROLLBACK;", "[Sqlite::Rollback] Not in transaction section.\n",
+                          "[Sqlite::Rollback] retry\n", "[DB]Can't rollback database: %s\n");
+}
+
+// Commit and Rollback: 40 attempts, 0.2 s apart, the last one included.
+int Sqlite::EndTransaction(const char* sql, const char* notInTransaction, const char* retry,
+                           const char* failed) {
     if (!m_bInTransaction) {
-        debug(m_pLog, "[Sqlite::Rollback] Not in transaction section.\n");
+        debug(m_pLog, "%s", notInTransaction);
         return 1;
     }
     String failure;
-    if (endTransaction(m_pDatabase, "ROLLBACK;", "[Sqlite::Rollback] retry\n", m_pLog, failure) ==
-        SQLITE_OK) {
-        m_bInTransaction = false;
-        return 1;
+    for (int attempt = 1; attempt <= kCommitAttempts; ++attempt) {
+        char* text = nullptr;
+        const int code = sqlite3_exec(m_pDatabase, sql, nullptr, nullptr, &text);
+        if (code == SQLITE_OK) {
+            m_bInTransaction = false;
+            return 1;
+        }
+        failure = takeError(text, code);
+        debug(m_pLog, "%s", retry);
+        pause(kPauseMicros);
     }
-    error(m_pLog, "[DB]Can't rollback database: %s\n", failure.c_str());
+    if (m_pLog)
+        m_pLog->WriteError(failed, failure.c_str());
     if (m_nOption & 1)
         return 0;
     m_bInTransaction = false;

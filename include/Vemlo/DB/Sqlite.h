@@ -120,6 +120,9 @@ public:
                       Vemlo::Data::Collection::ArrayList* commands);
 
 private:
+    int EndTransaction(const char* sql, const char* notInTransaction, const char* retry,
+                       const char* failed);
+
     // Field order is the object's binary layout.
     sqlite3* m_pDatabase;
     sqlite3_mutex* m_pMutex;
