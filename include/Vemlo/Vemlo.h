@@ -67,7 +67,17 @@
 
 // Networking
 #include <Vemlo/Net/NetException.h>
+#include <Vemlo/Net/Socket/ClientBase.h>
+#include <Vemlo/Net/Socket/TCPClient.h>
+#include <Vemlo/Net/Socket/UDSClient.h>
+#include <Vemlo/Net/Socket/ServerBase.h>
+#include <Vemlo/Net/Socket/TCPServer.h>
+#include <Vemlo/Net/Socket/UDSServer.h>
+#include <Vemlo/Net/PostObject.h>
+#include <Vemlo/Net/WebPostMessage.h>
 
+// Shared memory
+#include <Vemlo/IPC/SharedMemory.h>
 
 // Database
 #include <Vemlo/DB/DBException.h>

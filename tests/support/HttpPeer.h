@@ -1,0 +1,71 @@
+//===- support/HttpPeer.h - A real HTTP server for client tests -*- C++ -*-===//
+//
+// HttpPeer runs tests/support/http_peer.py (Python's http.server) as a child
+// process on 127.0.0.1 at a port the system picks, and reads back what the
+// server received. The reply depends on the request path (see the script):
+// "/body/N", "/total/N", "/binary/N", "/status/C/N", "/lf/N", "/split",
+// "/empty", "/endless", "/silent", "/close".
+//
+// The child is killed and reaped when the object goes (or by stop()); every
+// wait is bounded. Start the peer before opening sockets of the test's own:
+// the child keeps only standard input, output and error.
+//
+//===----------------------------------------------------------------------===//
+#ifndef VEMLO_TESTS_SUPPORT_HTTPPEER_H
+#define VEMLO_TESTS_SUPPORT_HTTPPEER_H
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace VemloTest {
+
+// One request as the server received it.
+struct HttpRequest {
+    std::string head; // request line and header lines, through the blank line
+    std::string body;
+
+    // The first line without its line end.
+    std::string requestLine() const;
+    // The header lines after the request line, without line ends.
+    std::vector<std::string> headerLines() const;
+};
+
+class HttpPeer {
+public:
+    // Starts the server; `closeAtOnce` makes it close every connection as
+    // soon as it is accepted. Waits at most 20 seconds for its port.
+    explicit HttpPeer(bool closeAtOnce = false);
+    ~HttpPeer();
+    HttpPeer(const HttpPeer&) = delete;
+    HttpPeer& operator=(const HttpPeer&) = delete;
+
+    // True once the server has told its port; otherwise why() says why.
+    bool ready() const { return m_port > 0; }
+    const std::string& why() const { return m_why; }
+    int port() const { return m_port; }
+    pid_t pid() const { return m_pid; }
+    // "http://127.0.0.1:<port><path>"
+    std::string url(const std::string& path) const;
+
+    // The next request the server reported, waiting at most `limit`.
+    bool nextRequest(HttpRequest& out, std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+    // Kills the server (SIGKILL) and reaps it; harmless twice.
+    void stop();
+
+private:
+    bool readLine(std::string& line, std::chrono::milliseconds limit);
+
+    pid_t m_pid = -1;
+    int m_out = -1; // read end of the server's standard output
+    int m_port = 0;
+    std::string m_why;
+    std::string m_pending; // bytes read past the last full line
+};
+
+} // namespace VemloTest
+
+#endif // VEMLO_TESTS_SUPPORT_HTTPPEER_H
