@@ -13,6 +13,7 @@
 #include <Vemlo/StringUtil.h>
 #include <Vemlo/Version.h>
 #include <Vemlo/Common/Exception.h>
+#include <Vemlo/Testor.h>
 
 // Collections
 #include <Vemlo/Data/Object.h>

@@ -24,6 +24,9 @@ soname=$(readelf -d "$so" | sed -n 's/.*SONAME.*\[\(.*\)\].*/\1/p')
 echo "SONAME: $soname"
 case $soname in libVemlo.so.[0-9]*) ;; *) echo "unversioned SONAME"; exit 1 ;; esac
 test -f "$stage/include/Vemlo/Vemlo.h"
+# The self-test program is installed beside the library and finds it.
+test -x "$stage/bin/vemlo-selftest"
+"$stage/bin/vemlo-selftest" | tail -n 1
 test -f "$libdir/pkgconfig/vemlo.pc"
 
 # Only the public classes are exported: no file-local helper may show.
