@@ -1,10 +1,12 @@
 //===- support/HttpPeer.cpp - A real HTTP server for client tests ---------===//
 #include "support/HttpPeer.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -19,48 +21,45 @@ namespace VemloTest {
 namespace {
 
 std::string fromHex(const std::string& hex) {
-    if (hex == "-")
-        return std::string();
     std::string out;
-    out.reserve(hex.size() / 2);
-    for (size_t i = 0; i + 1 < hex.size(); i += 2)
+    for (size_t i = 0; hex != "-" && i + 1 < hex.size(); i += 2)
         out.push_back(static_cast<char>(std::strtoul(hex.substr(i, 2).c_str(), nullptr, 16)));
     return out;
 }
 
-// Milliseconds left until `end`, at least 0.
-int msLeft(std::chrono::steady_clock::time_point end) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        end - std::chrono::steady_clock::now());
-    return left.count() > 0 ? static_cast<int>(left.count()) : 0;
-}
-
 } // namespace
 
-std::string HttpRequest::requestLine() const {
-    const auto end = head.find('\n');
-    std::string line = head.substr(0, end);
-    if (!line.empty() && line.back() == '\r')
-        line.pop_back();
-    return line;
+pid_t SpawnHostProgram(std::vector<std::string> args, int out) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    if (out >= 0)
+        posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 34))
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+#endif
+    std::vector<char*> argv, envp;
+    for (auto& a : args)
+        argv.push_back(&a[0]);
+    for (char** e = environ; e && *e; ++e)
+        if (std::strncmp(*e, "LD_LIBRARY_PATH=", 16) != 0 &&
+            std::strncmp(*e, "LD_PRELOAD=", 11) != 0)
+            envp.push_back(*e);
+    argv.push_back(nullptr);
+    envp.push_back(nullptr);
+    pid_t pid = -1;
+    if (posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0)
+        pid = -1;
+    posix_spawn_file_actions_destroy(&actions);
+    return pid;
 }
 
-std::vector<std::string> HttpRequest::headerLines() const {
-    std::vector<std::string> lines;
-    size_t begin = head.find('\n');
-    while (begin != std::string::npos) {
-        const size_t end = head.find('\n', begin + 1);
-        if (end == std::string::npos)
-            break;
-        std::string line = head.substr(begin + 1, end - begin - 1);
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        if (line.empty())
-            break;
-        lines.push_back(line);
-        begin = end;
+void KillAndReap(pid_t& pid) {
+    if (pid <= 0)
+        return;
+    kill(pid, SIGKILL);
+    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
     }
-    return lines;
+    pid = -1;
 }
 
 HttpPeer::HttpPeer(bool closeAtOnce) {
@@ -69,50 +68,21 @@ HttpPeer::HttpPeer(bool closeAtOnce) {
         m_why = "pipe failed";
         return;
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
-#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 34))
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-#endif
-
-    // The server is a host program: the loader settings of the test (for an
-    // emulated target) are not passed on.
-    std::vector<std::string> env;
-    for (char** e = environ; e && *e; ++e)
-        if (std::strncmp(*e, "LD_LIBRARY_PATH=", 16) != 0 &&
-            std::strncmp(*e, "LD_PRELOAD=", 11) != 0)
-            env.emplace_back(*e);
-    std::vector<char*> envp;
-    for (auto& e : env)
-        envp.push_back(&e[0]);
-    envp.push_back(nullptr);
-
-    std::string python = "python3";
-    std::string script = VEMLO_TEST_SUPPORT_DIR "/http_peer.py";
-    std::string flag = "--close-at-once";
-    std::vector<char*> argv{&python[0], &script[0]};
+    std::vector<std::string> args{"python3", VEMLO_TEST_SUPPORT_DIR "/http_peer.py"};
     if (closeAtOnce)
-        argv.push_back(&flag[0]);
-    argv.push_back(nullptr);
-
-    const int spawned =
-        posix_spawnp(&m_pid, "python3", &actions, nullptr, argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
+        args.emplace_back("--close-at-once");
+    m_pid = SpawnHostProgram(args, pipeFds[1]);
     close(pipeFds[1]);
     m_out = pipeFds[0];
-    if (spawned != 0) {
-        m_pid = -1;
-        m_why = std::string("cannot start python3: ") + std::strerror(spawned);
-        return;
-    }
     std::string line;
-    if (!readLine(line, std::chrono::seconds(20)) || line.compare(0, 5, "PORT ") != 0) {
+    if (m_pid < 0) {
+        m_why = "cannot start python3";
+    } else if (!readLine(line, std::chrono::seconds(20)) || line.compare(0, 5, "PORT ") != 0) {
         m_why = "the server did not report its port: '" + line + "'";
         stop();
-        return;
+    } else {
+        m_port = std::atoi(line.c_str() + 5);
     }
-    m_port = std::atoi(line.c_str() + 5);
 }
 
 HttpPeer::~HttpPeer() {
@@ -134,16 +104,15 @@ bool HttpPeer::readLine(std::string& line, std::chrono::milliseconds limit) {
             m_pending.erase(0, newline + 1);
             return true;
         }
-        if (m_out < 0)
-            return false;
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            end - std::chrono::steady_clock::now());
         pollfd p{m_out, POLLIN, 0};
-        const int ready = poll(&p, 1, msLeft(end));
+        const int ready =
+            m_out < 0 ? 0 : poll(&p, 1, static_cast<int>(std::max<long long>(left.count(), 0)));
         if (ready < 0 && errno == EINTR)
             continue;
-        if (ready <= 0)
-            return false;
         char buffer[65536];
-        const ssize_t got = read(m_out, buffer, sizeof buffer);
+        const ssize_t got = ready > 0 ? read(m_out, buffer, sizeof buffer) : 0;
         if (got <= 0)
             return false;
         m_pending.append(buffer, static_cast<size_t>(got));
@@ -161,13 +130,7 @@ bool HttpPeer::nextRequest(HttpRequest& out, std::chrono::milliseconds limit) {
 }
 
 void HttpPeer::stop() {
-    if (m_pid <= 0)
-        return;
-    kill(m_pid, SIGKILL);
-    // A killed child is reaped at once; the loop only retries interruptions.
-    while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
-    }
-    m_pid = -1;
+    KillAndReap(m_pid);
 }
 
 } // namespace VemloTest

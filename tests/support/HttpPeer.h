@@ -2,13 +2,10 @@
 //
 // HttpPeer runs tests/support/http_peer.py (Python's http.server) as a child
 // process on 127.0.0.1 at a port the system picks, and reads back what the
-// server received. The reply depends on the request path (see the script):
-// "/body/N", "/total/N", "/binary/N", "/status/C/N", "/lf/N", "/split",
-// "/empty", "/endless", "/silent", "/close".
-//
-// The child is killed and reaped when the object goes (or by stop()); every
-// wait is bounded. Start the peer before opening sockets of the test's own:
-// the child keeps only standard input, output and error.
+// server received; the script lists the replies by request path. The child is
+// killed and reaped by stop() or the destructor; every wait is bounded. Start
+// the peer before opening the test's own sockets (the child keeps only
+// standard input, output and error).
 //
 //===----------------------------------------------------------------------===//
 #ifndef VEMLO_TESTS_SUPPORT_HTTPPEER_H
@@ -22,21 +19,23 @@
 
 namespace VemloTest {
 
+// Starts a host program (args[0] is looked up in PATH) with standard output on
+// `out` (-1: inherited) and only descriptors 0-2 kept; an emulated target's
+// loader settings are left out of its environment. Its pid, or -1.
+pid_t SpawnHostProgram(std::vector<std::string> args, int out = -1);
+// Kills (SIGKILL) and reaps `pid`, then sets it to -1; harmless for -1.
+void KillAndReap(pid_t& pid);
+
 // One request as the server received it.
 struct HttpRequest {
     std::string head; // request line and header lines, through the blank line
     std::string body;
-
-    // The first line without its line end.
-    std::string requestLine() const;
-    // The header lines after the request line, without line ends.
-    std::vector<std::string> headerLines() const;
 };
 
 class HttpPeer {
 public:
-    // Starts the server; `closeAtOnce` makes it close every connection as
-    // soon as it is accepted. Waits at most 20 seconds for its port.
+    // `closeAtOnce`: every connection is closed as soon as it is accepted.
+    // Waits at most 20 seconds for the server's port.
     explicit HttpPeer(bool closeAtOnce = false);
     ~HttpPeer();
     HttpPeer(const HttpPeer&) = delete;
@@ -46,13 +45,10 @@ public:
     bool ready() const { return m_port > 0; }
     const std::string& why() const { return m_why; }
     int port() const { return m_port; }
-    pid_t pid() const { return m_pid; }
     // "http://127.0.0.1:<port><path>"
     std::string url(const std::string& path) const;
-
     // The next request the server reported, waiting at most `limit`.
     bool nextRequest(HttpRequest& out, std::chrono::milliseconds limit = std::chrono::seconds(10));
-
     // Kills the server (SIGKILL) and reaps it; harmless twice.
     void stop();
 

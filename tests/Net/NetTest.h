@@ -1,0 +1,65 @@
+//===- Net/NetTest.h - Helpers shared by the socket and HTTP tests -*- C++ -*-===//
+#ifndef VEMLO_TESTS_NET_NETTEST_H
+#define VEMLO_TESTS_NET_NETTEST_H
+
+#include "support/TestConfig.h"
+#include "support/VemloTest.h"
+
+#include <csignal>
+#include <string>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace NetTest {
+
+// The configuration the log channels are read from; the logger registry and
+// the configuration go (with their semaphore sets) at the end. SIGPIPE is
+// ignored: a send to a vanished peer must return, not end the program.
+// Descriptor 0 is made to exist, so that no socket of a test gets it.
+struct Environment : testing::Environment {
+    VemloTest::TestConfig* config = nullptr;
+    void SetUp() override {
+        std::signal(SIGPIPE, SIG_IGN);
+        if (fcntl(0, F_GETFD) == -1)
+            open("/dev/null", O_RDONLY);
+        config = new VemloTest::TestConfig();
+    }
+    void TearDown() override {
+        Vemlo::Log::Logger::DestroyLogger();
+        delete config;
+    }
+};
+
+inline bool isOpen(int fd) {
+    return fcntl(fd, F_GETFD) != -1;
+}
+inline char* text(const std::string& s) {
+    return const_cast<char*>(s.c_str());
+}
+
+inline sockaddr_in loopback(int port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    return address;
+}
+
+// A port of 127.0.0.1 where nothing listens: `holder` keeps it bound (the
+// caller closes it), so connections to it are refused.
+inline int closedPort(int& holder) {
+    holder = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = loopback(0);
+    socklen_t size = sizeof address;
+    bind(holder, reinterpret_cast<sockaddr*>(&address), size);
+    getsockname(holder, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
+}
+
+} // namespace NetTest
+
+#endif // VEMLO_TESTS_NET_NETTEST_H
