@@ -12,86 +12,62 @@ using CodecTest::Bytes;
 
 namespace {
 
-std::string Encode(Base64C& codec, const Bytes& in, int* outLen) {
-    Bytes copy = in;
-    char* out = codec.Base64Encode(copy.data(), static_cast<int>(copy.size()), outLen);
+// The text and its reported length, checked to be one more than the text's.
+std::string Encode(Base64C& codec, Bytes in, bool null = false) {
+    int outLen = 0;
+    char* out =
+        codec.Base64Encode(null ? nullptr : in.data(), static_cast<int>(in.size()), &outLen);
     EXPECT_NE(out, nullptr);
     std::string result = out ? out : "";
     std::free(out);
+    EXPECT_EQ(outLen, static_cast<int>(result.size()) + 1);
     return result;
 }
 
 // Decodes the first `len` characters of `text` into a buffer of exactly the
-// promised size, len * 3 / 4.
-std::string Decode(Base64C& codec, const std::string& text, int len) {
+// promised size, len * 3 / 4, and checks nothing is written past it.
+std::string Decode(Base64C& codec, const std::string& text, int len = -1) {
+    len = len == -1 ? static_cast<int>(text.size()) : len;
     Bytes in(text.begin(), text.end());
     const size_t promised = len > 0 ? static_cast<size_t>(len) * 3 / 4 : 0;
     Bytes out(promised + 1, 0xee);
     const int n = codec.Base64Decode(in.data(), len, out.data());
-    EXPECT_GE(n, 0);
-    EXPECT_LE(static_cast<size_t>(n), promised);
+    EXPECT_TRUE(n >= 0 && static_cast<size_t>(n) <= promised) << n;
     EXPECT_EQ(out[promised], 0xee);
-    return std::string(out.begin(), out.begin() + n);
-}
-
-std::string Decode(Base64C& codec, const std::string& text) {
-    return Decode(codec, text, static_cast<int>(text.size()));
+    return std::string(out.begin(), out.begin() + std::max(n, 0));
 }
 
 } // namespace
 
 TEST(Base64CTest, EncodeBreaksLinesAfterEvery80Characters) {
     Base64C codec;
-    int outLen = 0;
-    // RFC 4648 section 10 vectors fit on one line.
-    EXPECT_EQ(Encode(codec, Bytes{'f', 'o', 'o', 'b', 'a'}, &outLen), "Zm9vYmE=");
-    EXPECT_EQ(outLen, 9);
-    EXPECT_EQ(Encode(codec, Bytes{}, &outLen), "");
-    EXPECT_EQ(outLen, 1);
-
-    // 57 bytes: 76 characters, no break.
-    std::string text = Encode(codec, Bytes(57, 0), &outLen);
-    EXPECT_EQ(text, std::string(76, 'A'));
-    EXPECT_EQ(outLen, 77);
-    // 60 bytes: 80 characters and the break, also at the very end.
-    text = Encode(codec, Bytes(60, 0), &outLen);
-    EXPECT_EQ(text, std::string(80, 'A') + "\r\n");
-    EXPECT_EQ(outLen, 83);
-    // 59 bytes: the padded last group completes the line, so it breaks too.
-    text = Encode(codec, Bytes(59, 0), &outLen);
-    EXPECT_EQ(text, std::string(79, 'A') + "=\r\n");
-    // 121 bytes: two full lines and the rest.
-    text = Encode(codec, Bytes(121, 0), &outLen);
-    EXPECT_EQ(text, std::string(80, 'A') + "\r\n" + std::string(80, 'A') + "\r\nAA==");
-    EXPECT_EQ(outLen, static_cast<int>(text.size()) + 1);
-
-    char* out = codec.Base64Encode(nullptr, 5, &outLen);
-    ASSERT_NE(out, nullptr);
-    EXPECT_STREQ(out, "");
-    std::free(out);
-}
-
-TEST(Base64CTest, IsBase64AcceptsTheAlphabetAndLineBreaks) {
-    Base64C codec;
-    for (int c = 0; c < 256; ++c) {
-        const bool expected = std::strchr("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
-                                          "0123456789+/\r\n",
-                                          c) != nullptr &&
-                              c != 0;
-        EXPECT_EQ(codec.isBase64(static_cast<unsigned char>(c)), expected ? 1 : 0) << c;
-    }
+    const std::string line(80, 'A');
+    EXPECT_EQ(Encode(codec, Bytes{'f', 'o', 'o', 'b', 'a'}), "Zm9vYmE="); // RFC 4648 section 10
+    EXPECT_EQ(Encode(codec, Bytes{}), "");
+    EXPECT_EQ(Encode(codec, Bytes(5), true), "");
+    EXPECT_EQ(Encode(codec, Bytes(57, 0)), std::string(76, 'A'));
+    // The break follows a full line even at the very end, padded or not.
+    EXPECT_EQ(Encode(codec, Bytes(60, 0)), line + "\r\n");
+    EXPECT_EQ(Encode(codec, Bytes(59, 0)), std::string(79, 'A') + "=\r\n");
+    EXPECT_EQ(Encode(codec, Bytes(121, 0)), line + "\r\n" + line + "\r\nAA==");
 }
 
 TEST(Base64CTest, DecodeSkipsLineBreaksAndStopsAtOtherCharacters) {
     Base64C codec;
+    for (int c = 0; c < 256; ++c) {
+        const bool expected = c != 0 && std::strchr("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmn"
+                                                    "opqrstuvwxyz0123456789+/\r\n",
+                                                    c);
+        EXPECT_EQ(codec.isBase64(static_cast<unsigned char>(c)), expected ? 1 : 0) << c;
+    }
+    EXPECT_EQ(Decode(codec, "Zm9vYmFy"), "foobar"); // RFC 4648 section 10
     EXPECT_EQ(Decode(codec, "TWFu\r\nTWE="), "ManMa");
     EXPECT_EQ(Decode(codec, "TW-Fu"), "M");       // stops at '-', partial group "TW"
     EXPECT_EQ(Decode(codec, "TWFu TWFu"), "Man"); // a blank ends it too
+    EXPECT_EQ(Decode(codec, std::string("TW\0Fu", 5)), "M");
     EXPECT_EQ(Decode(codec, "TQ=="), "M");
     EXPECT_EQ(Decode(codec, "T"), "");               // one character gives no byte
     EXPECT_EQ(Decode(codec, "TWFuTWFu", 6), "ManM"); // at most len characters
-    EXPECT_EQ(Decode(codec, std::string("TW\0Fu", 5)), "M");
-    EXPECT_EQ(Decode(codec, "Zm9vYmFy"), "foobar"); // RFC 4648 section 10
     EXPECT_EQ(Decode(codec, "TWFu", 0), "");
     EXPECT_EQ(Decode(codec, "TWFu", -4), "");
     unsigned char text[] = "TWFu";
@@ -104,21 +80,16 @@ TEST(Base64CTest, RandomBytesRoundTripThroughBothDecoders) {
     std::mt19937 rng(80);
     for (int len = 0; len < 400; len += 1 + len / 50) {
         const Bytes in = CodecTest::RandomBytes(rng, static_cast<size_t>(len));
-        int outLen = 0;
-        const std::string text = Encode(codec, in, &outLen);
-        ASSERT_EQ(outLen, static_cast<int>(text.size()) + 1);
+        const std::string text = Encode(codec, in);
         // Every line but the last holds exactly 80 characters.
         size_t start = 0;
-        for (size_t brk; (brk = text.find("\r\n", start)) != std::string::npos; start = brk + 2) {
+        for (size_t brk; (brk = text.find("\r\n", start)) != std::string::npos; start = brk + 2)
             ASSERT_EQ(brk - start, 80u);
-        }
         ASSERT_LT(text.size() - start, 81u);
         ASSERT_EQ(Decode(codec, text), std::string(in.begin(), in.end()));
 
         // The line-less decoder skips the breaks.
-        Bytes z(text.begin(), text.end());
-        z.push_back(0);
-        Bytes out(text.size() / 4 * 3 + 3);
+        Bytes z(text.c_str(), text.c_str() + text.size() + 1), out(text.size() / 4 * 3 + 3);
         ASSERT_EQ(Base64::_base64_decode(z.data(), 0, out.data()), len);
         ASSERT_EQ(Bytes(out.begin(), out.begin() + len), in);
     }

@@ -10,9 +10,8 @@ using Vemlo::Common::Convertor::CRC32;
 
 TEST(CRC32ZlibTest, AgreesWithZlibOnRandomBuffersAndSplits) {
     std::mt19937 rng(1952);
-    std::uniform_int_distribution<int> lengths(0, 5000);
-    for (int i = 0; i < 5000; ++i) {
-        const auto length = static_cast<unsigned int>(lengths(rng));
+    for (int i = 0; i < 3000; ++i) {
+        const auto length = static_cast<unsigned int>(rng() % 5001);
         // One spare byte, so that an empty buffer is not a null pointer
         // (zlib returns 0 for a null buffer).
         const CodecTest::Bytes data = CodecTest::RandomBytes(rng, length + 1);

@@ -14,19 +14,15 @@ using Bytes = std::vector<unsigned char>;
 // "00ff10" -> {0x00, 0xff, 0x10}
 inline Bytes FromHex(const std::string& hex) {
     Bytes out;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+    for (size_t i = 0; i + 1 < hex.size(); i += 2)
         out.push_back(static_cast<unsigned char>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-    }
     return out;
 }
 
 inline std::string ToHex(const unsigned char* data, size_t length) {
-    static const char digits[] = "0123456789abcdef";
     std::string out;
-    for (size_t i = 0; i < length; ++i) {
-        out += digits[data[i] >> 4];
-        out += digits[data[i] & 0x0f];
-    }
+    for (size_t i = 0; i < length; ++i)
+        out += {"0123456789abcdef"[data[i] >> 4], "0123456789abcdef"[data[i] & 0x0f]};
     return out;
 }
 
@@ -37,10 +33,8 @@ inline std::string ToHex(const Bytes& data) {
 // Reproducible random bytes: the same seed gives the same inputs on every run.
 inline Bytes RandomBytes(std::mt19937& rng, size_t length) {
     Bytes out(length);
-    std::uniform_int_distribution<int> byte(0, 255);
-    for (auto& b : out) {
-        b = static_cast<unsigned char>(byte(rng));
-    }
+    for (auto& b : out)
+        b = static_cast<unsigned char>(rng());
     return out;
 }
 

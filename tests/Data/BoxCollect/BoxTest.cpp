@@ -7,61 +7,49 @@
 #include <utility>
 #include <vector>
 
-using Vemlo::Data::Object;
 using Vemlo::Data::BoxCollect::Box;
 using Vemlo::Data::BoxCollect::ReqBox;
-using Vemlo::Data::Collection::HashElement;
 using VemloTest::CountingObject;
 
 namespace {
 
-std::vector<std::pair<std::string, std::string>> entries(Box& box) {
-    std::vector<std::pair<std::string, std::string>> out;
-    box.Reset();
-    while (box.MoveNext()) {
-        HashElement* e = box.getCurrent();
-        const char* value = e->getStringValue();
-        out.emplace_back(e->getKey(), value ? value : "<object>");
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+Entries entries(Box& box) {
+    Entries out;
+    for (box.Reset(); box.MoveNext();) {
+        const char* value = box.getCurrent()->getStringValue();
+        out.emplace_back(box.getCurrent()->getKey(), value ? value : "<object>");
     }
     return out;
 }
 
-using Entries = std::vector<std::pair<std::string, std::string>>;
-
 } // namespace
 
-TEST(BoxTest, AutomaticKeysAreNumberedByTheEntryCount) {
+TEST(BoxTest, AutomaticKeysAreNumberedByTheEntryCountAndValuesFormatted) {
     Box box;
     EXPECT_EQ(box.Add(5), 1);
     EXPECT_EQ(box.Add("x"), 1);
     EXPECT_EQ(box.Add(1.5f), 1);
-    EXPECT_EQ(entries(box), (Entries{{"KEY_0", "5"}, {"KEY_1", "x"}, {"KEY_2", "1.500000"}}));
-
-    // After an explicit key the count skips a number.
-    Box mixed;
-    mixed.Add("name", "v");
-    mixed.Add(7);
-    EXPECT_EQ(entries(mixed), (Entries{{"name", "v"}, {"KEY_1", "7"}}));
+    box.Add("name", -12);
+    box.Add(7); // after an explicit key the count skips a number
+    EXPECT_EQ(entries(box), (Entries{{"KEY_0", "5"},
+                                     {"KEY_1", "x"},
+                                     {"KEY_2", "1.500000"},
+                                     {"name", "-12"},
+                                     {"KEY_4", "7"}}));
 
     // A hand-made entry under the key the count produces is replaced.
     Box clash;
     clash.Add("KEY_1", "by hand");
     clash.Add("auto");
     EXPECT_EQ(entries(clash), (Entries{{"KEY_1", "auto"}}));
-}
 
-TEST(BoxTest, StoresTypedValuesAsTheirFormattedText) {
-    Box box;
-    box.Add("i", -12);
-    box.Add("f", 0.25f);
+    // "%I64d": width 64, the value read as a signed 32-bit int.
     box.Add("n", 3ul);
     box.Add("big", 2147483648ul);
-    EXPECT_STREQ(box.getValue("i"), "-12");
-    EXPECT_STREQ(box.getValue("f"), "0.250000");
-    // "%I64d": width 64, the value read as a signed 32-bit int.
     EXPECT_EQ(std::string(box.getValue("n")), std::string(63, ' ') + "3");
-    const std::string negative = "-2147483648";
-    EXPECT_EQ(std::string(box.getValue("big")), std::string(64 - negative.size(), ' ') + negative);
+    EXPECT_EQ(std::string(box.getValue("big")), std::string(53, ' ') + "-2147483648");
     if (sizeof(unsigned long) > 4) {
         box.Add("wide", static_cast<unsigned long>((1ull << 32) + 5));
         EXPECT_EQ(std::string(box.getValue("wide")), std::string(63, ' ') + "5");
@@ -74,7 +62,6 @@ TEST(BoxTest, AddingUnderAPresentKeyReplacesWithTheTableRules) {
     box.Add("a", 7);
     box.Add("a", "b");
     EXPECT_EQ(entries(box), (Entries{{"a", "b"}}));
-
     EXPECT_STREQ(box.getValue("absent"), "");
     EXPECT_EQ(box.getObjValue("absent"), nullptr);
 
@@ -89,8 +76,6 @@ TEST(BoxTest, AddingUnderAPresentKeyReplacesWithTheTableRules) {
     box.Add("o", "text"); // a text deletes the owned object
     EXPECT_EQ(deaths, 2);
     EXPECT_STREQ(box.getValue("o"), "text");
-
-    box.Add("kept", new CountingObject(deaths));
 }
 
 TEST(BoxTest, ClearDeletesEntriesAndForgetsTheirKeys) {
@@ -100,9 +85,7 @@ TEST(BoxTest, ClearDeletesEntriesAndForgetsTheirKeys) {
     box.Add("b", "x");
     box.Clear();
     EXPECT_EQ(deaths, 1);
-    box.Reset();
-    EXPECT_FALSE(box.MoveNext());
-
+    EXPECT_EQ(entries(box), Entries{});
     // Keys are usable again (no entry refers to deleted memory).
     EXPECT_STREQ(box.getValue("b"), "");
     EXPECT_EQ(box.getObjValue("a"), nullptr);
@@ -115,10 +98,8 @@ TEST(BoxTest, CopiesShareEntriesUntilTheLastGoesAndAssignmentDoesNothing) {
     std::atomic<int> deaths{0};
     Box* original = new Box();
     original->Add("v", new CountingObject(deaths));
-    original->Add("t", "1");
     original->Reset();
     original->MoveNext();
-
     Box* copy = new Box(*original);
     ASSERT_NE(copy->getCurrent(), nullptr); // the cursor is copied
     EXPECT_STREQ(copy->getCurrent()->getKey(), "v");
@@ -127,8 +108,6 @@ TEST(BoxTest, CopiesShareEntriesUntilTheLastGoesAndAssignmentDoesNothing) {
 
     Box* copyOfCopy = new Box(*copy);
     delete original; // the copies live on
-    EXPECT_EQ(deaths, 0);
-    EXPECT_STREQ(copy->getValue("t"), "1");
     delete copy;
     EXPECT_EQ(deaths, 0);
     EXPECT_STREQ(copyOfCopy->getValue("added"), "by copy");
@@ -140,14 +119,10 @@ TEST(BoxTest, CopiesShareEntriesUntilTheLastGoesAndAssignmentDoesNothing) {
     b.Add("b", "2");
     a = b;
     EXPECT_EQ(entries(a), (Entries{{"a", "1"}}));
-    EXPECT_EQ(entries(b), (Entries{{"b", "2"}}));
 
     // The request variant shares in the same way.
     ReqBox request;
     request.Add("q", "1");
-    {
-        ReqBox requestCopy(request);
-        requestCopy.Add("r", "2");
-    }
+    ReqBox(request).Add("r", "2");
     EXPECT_EQ(entries(request), (Entries{{"q", "1"}, {"r", "2"}}));
 }

@@ -22,33 +22,17 @@ using namespace std::chrono_literals;
 
 namespace {
 
-Object* const kNull = nullptr;
-
-void holdSection(int id) {
-    struct sembuf ops[2] = {{0, 0, 0}, {0, 1, 0}};
-    ASSERT_EQ(semop(id, ops, 2), 0);
-}
-
-void releaseSection(int id) {
-    struct sembuf op = {0, -1, 0};
-    ASSERT_EQ(semop(id, &op, 1), 0);
-}
-
-template <class Pred> bool waitFor(Pred done, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
+// Enters (waits for 0, then adds 1) or leaves a list's section, as the list does.
+int Section(int id, bool enter) {
+    struct sembuf ops[2] = {{0, 0, 0}, {0, 1, 0}}, leave = {0, -1, 0};
+    return enter ? semop(id, ops, 2) : semop(id, &leave, 1);
 }
 
 // Runs `call` on another thread while the test holds the list's section:
-// `call` must wait, and must finish once the section is released, leaving it
-// free. With `mustWait` false it must finish while the section is held.
+// `call` must wait (with `mustWait`; otherwise finish while it is held), and
+// finish once the section is released, leaving it free.
 template <class Call> void checkSection(int id, bool mustWait, Call call, const char* what) {
-    holdSection(id);
+    ASSERT_EQ(Section(id, true), 0);
     std::atomic<bool> done{false};
     std::thread caller([&] {
         call();
@@ -57,17 +41,18 @@ template <class Call> void checkSection(int id, bool mustWait, Call call, const 
     if (mustWait) {
         std::this_thread::sleep_for(50ms);
         EXPECT_FALSE(done.load()) << what << " did not wait for the held section";
-        releaseSection(id);
+        Section(id, false);
     }
-    const bool finished = waitFor([&] { return done.load(); }, 10s);
-    if (!finished) {
-        // Free the caller so that the test ends instead of hanging.
-        semctl(id, 0, SETVAL, 0);
-    }
+    for (auto end = std::chrono::steady_clock::now() + 10s;
+         !done && std::chrono::steady_clock::now() < end;)
+        std::this_thread::sleep_for(1ms);
+    const bool finished = done;
+    if (!finished)
+        semctl(id, 0, SETVAL, 0); // free the caller so that the test ends instead of hanging
     caller.join();
     EXPECT_TRUE(finished) << what << " did not finish";
     if (!mustWait)
-        releaseSection(id);
+        Section(id, false);
     EXPECT_EQ(SemValue(id), 0) << what << " left the section held";
 }
 
@@ -84,25 +69,20 @@ private:
 
 } // namespace
 
-TEST(ArrayListTest, BadIndexesAreReportedByResultNeverByException) {
+TEST(ArrayListTest, BadIndexesGiveResultsAndNullItemsAreKeptNeverDeleted) {
     ArrayList list;
     std::atomic<int> deaths{0};
     list.Add(new CountingObject(deaths, 1));
-    list.Add(kNull);
-
-    EXPECT_EQ(list.Count(), 2);
-    EXPECT_EQ(list.At(-1), nullptr);
-    EXPECT_EQ(list.At(2), nullptr);
-    EXPECT_EQ(list.AtString(-1), nullptr);
-    EXPECT_EQ(list.AtString(2), nullptr);
-    EXPECT_EQ(list.SetValueAtString(2, "x"), -1);
-    EXPECT_EQ(list.SetValueAtString(-1, "x"), -1);
-    list.RemoveAt(2);
-    list.RemoveAt(-1);
+    list.Add(static_cast<Object*>(nullptr));
+    for (int bad : {-1, 2}) {
+        EXPECT_EQ(list.At(bad), nullptr);
+        EXPECT_EQ(list.AtString(bad), nullptr);
+        EXPECT_EQ(list.SetValueAtString(bad, "x"), -1);
+        list.RemoveAt(bad);
+    }
     EXPECT_EQ(list.Count(), 2);
     EXPECT_EQ(deaths, 0);
 
-    // A null item is kept, read as null and never deleted.
     EXPECT_EQ(list.At(1), nullptr);
     EXPECT_EQ(list.AtString(1), nullptr);
     EXPECT_EQ(list.SetValueAtString(1, "x"), 0);
@@ -111,58 +91,40 @@ TEST(ArrayListTest, BadIndexesAreReportedByResultNeverByException) {
     EXPECT_EQ(list.Count(), 1);
 }
 
-TEST(ArrayListTest, OwningListDeletesOnRemoveClearAndDestruction) {
+TEST(ArrayListTest, DeleteFlagAtTheMomentOfRemovalDecidesOwnership) {
     std::atomic<int> deaths{0};
     std::vector<int> order;
     {
         ArrayList list;
         for (int i = 0; i < 5; ++i)
             list.Add(new CountingObject(deaths, i, &order));
-
         list.RemoveAt(1);
         EXPECT_EQ(deaths, 1);
         ASSERT_EQ(list.Count(), 4);
-        // Later items moved down one place.
-        EXPECT_EQ(static_cast<CountingObject*>(list.At(1))->id(), 2);
-
+        EXPECT_EQ(static_cast<CountingObject*>(list.At(1))->id(), 2); // later items move down
         list.Clear();
-        EXPECT_EQ(deaths, 5);
         EXPECT_EQ(list.Count(), 0);
         EXPECT_EQ(order, (std::vector<int>{1, 0, 2, 3, 4})); // Clear goes front to back
-
         list.Add(new CountingObject(deaths, 9));
     }
     EXPECT_EQ(deaths, 6);
-}
 
-TEST(ArrayListTest, NonOwningListLeavesItemsAlive) {
-    std::atomic<int> deaths{0};
-    CountingObject a(deaths), b(deaths), c(deaths);
+    CountingObject a(deaths), b(deaths);
     {
-        ArrayList list(false);
-        list.Add(&a);
-        list.Add(&b);
-        list.Add(&c);
-        list.RemoveAt(0);
-        EXPECT_EQ(list.At(0), &b);
-        list.Clear();
-        list.Add(&a);
+        ArrayList borrowed(false);
+        borrowed.Add(&a);
+        borrowed.Add(&b);
+        borrowed.RemoveAt(0);
+        EXPECT_EQ(borrowed.At(0), &b);
+        borrowed.Clear();
+        ArrayList owning;
+        owning.Add(&b);
+        owning.setDeleteFlag(false);
+        ArrayList later(false, false);
+        later.Add(new CountingObject(deaths));
+        later.setDeleteFlag(true);
     }
-    EXPECT_EQ(deaths, 0);
-
-    // The flag counts at the moment of removal.
-    {
-        ArrayList list;
-        list.Add(&a);
-        list.setDeleteFlag(false);
-    }
-    EXPECT_EQ(deaths, 0);
-    {
-        ArrayList list(false, false);
-        list.Add(new CountingObject(deaths));
-        list.setDeleteFlag(true);
-    }
-    EXPECT_EQ(deaths, 1);
+    EXPECT_EQ(deaths, 7);
 }
 
 TEST(ArrayListTest, TextItemsAreHashElementsAndOtherItemsReadAsNull) {
@@ -173,22 +135,18 @@ TEST(ArrayListTest, TextItemsAreHashElementsAndOtherItemsReadAsNull) {
     list.Add(new CountingObject(deaths));
     list.Add(static_cast<Object*>(new HashElement("k", new CountingObject(deaths))));
 
-    EXPECT_STREQ(list.AtString(0), "abc");
     auto* element = dynamic_cast<HashElement*>(list.At(0));
     ASSERT_NE(element, nullptr);
     EXPECT_STREQ(element->getKey(), "");
     EXPECT_STREQ(list.AtString(1), "");
-
     EXPECT_EQ(list.SetValueAtString(0, "xyz"), 0);
     EXPECT_STREQ(list.AtString(0), "xyz");
 
     // Not a HashElement, or a HashElement holding an object: null, unchanged.
-    EXPECT_EQ(list.AtString(2), nullptr);
     EXPECT_EQ(list.SetValueAtString(2, "x"), 0);
     EXPECT_EQ(list.AtString(2), nullptr);
     EXPECT_EQ(list.AtString(3), nullptr);
     EXPECT_EQ(deaths, 0);
-
     // Setting a text on an element that owns an object deletes the object.
     EXPECT_EQ(list.SetValueAtString(3, "t"), 0);
     EXPECT_EQ(deaths, 1);
@@ -203,24 +161,22 @@ TEST(ArrayListTest, TextItemsAreHashElementsAndOtherItemsReadAsNull) {
 }
 
 TEST(ArrayListTest, EveryListOwnsOneSemaphoreSetForItsLifetime) {
-    int locked, unlocked;
+    int ids[2];
     {
-        Probe<ArrayList> a;
-        Probe<ArrayList> b(true, false);
-        locked = a.semId();
-        unlocked = b.semId();
-        ASSERT_GT(locked, 0);
-        ASSERT_GT(unlocked, 0);
-        EXPECT_NE(locked, unlocked);
-        EXPECT_EQ(SemValue(locked), 0);
-        EXPECT_EQ(SemValue(unlocked), 0);
+        Probe<ArrayList> locked, unlocked(true, false);
+        ids[0] = locked.semId();
+        ids[1] = unlocked.semId();
+        EXPECT_NE(ids[0], ids[1]);
+        for (int id : ids) {
+            ASSERT_GT(id, 0);
+            EXPECT_EQ(SemValue(id), 0);
+        }
     }
-    errno = 0;
-    EXPECT_EQ(SemValue(locked), -1);
-    EXPECT_EQ(errno, EINVAL);
-    errno = 0;
-    EXPECT_EQ(SemValue(unlocked), -1);
-    EXPECT_EQ(errno, EINVAL);
+    for (int id : ids) {
+        errno = 0;
+        EXPECT_EQ(SemValue(id), -1);
+        EXPECT_EQ(errno, EINVAL);
+    }
 }
 
 TEST(ArrayListTest, LockedCallsWaitForTheSectionThenLeaveItBeforeTheWork) {
@@ -228,16 +184,22 @@ TEST(ArrayListTest, LockedCallsWaitForTheSectionThenLeaveItBeforeTheWork) {
     Probe<ArrayList> list;
     const int id = list.semId();
     ASSERT_GT(id, 0);
-
-    checkSection(id, true, [&] { list.Add(new CountingObject(deaths)); }, "Add(Object*)");
-    checkSection(id, true, [&] { list.Add("t"); }, "Add(const char*)");
-    checkSection(id, true, [&] { EXPECT_EQ(list.Count(), 2); }, "Count");
-    checkSection(id, true, [&] { EXPECT_NE(list.At(0), nullptr); }, "At");
-    checkSection(id, true, [&] { EXPECT_STREQ(list.AtString(1), "t"); }, "AtString");
-    checkSection(id, true, [&] { EXPECT_EQ(list.SetValueAtString(1, "u"), 0); },
-                 "SetValueAtString");
-    checkSection(id, true, [&] { list.RemoveAt(0); }, "RemoveAt");
-    checkSection(id, true, [&] { list.Clear(); }, "Clear");
+    checkSection(
+        id, true, [&] { list.Add(new CountingObject(deaths)); }, "Add(Object*)");
+    checkSection(
+        id, true, [&] { list.Add("t"); }, "Add(const char*)");
+    checkSection(
+        id, true, [&] { EXPECT_EQ(list.Count(), 2); }, "Count");
+    checkSection(
+        id, true, [&] { EXPECT_NE(list.At(0), nullptr); }, "At");
+    checkSection(
+        id, true, [&] { EXPECT_STREQ(list.AtString(1), "t"); }, "AtString");
+    checkSection(
+        id, true, [&] { EXPECT_EQ(list.SetValueAtString(1, "u"), 0); }, "SetValue");
+    checkSection(
+        id, true, [&] { list.RemoveAt(0); }, "RemoveAt");
+    checkSection(
+        id, true, [&] { list.Clear(); }, "Clear");
     EXPECT_EQ(deaths, 1);
 
     // The section is already left when the items are deleted.
@@ -250,27 +212,25 @@ TEST(ArrayListTest, LockedCallsWaitForTheSectionThenLeaveItBeforeTheWork) {
 
     // Without the lock flag no semaphore operation is made.
     Probe<ArrayList> unlocked(true, false);
-    const int free = unlocked.semId();
-    ASSERT_GT(free, 0);
-    checkSection(free, false, [&] { unlocked.Add("x"); }, "unlocked Add");
-    checkSection(free, false, [&] { unlocked.RemoveAt(0); }, "unlocked RemoveAt");
+    ASSERT_GT(unlocked.semId(), 0);
+    checkSection(
+        unlocked.semId(), false, [&] { unlocked.Add("x"); }, "unlocked Add");
+    checkSection(
+        unlocked.semId(), false, [&] { unlocked.RemoveAt(0); }, "unlocked RemoveAt");
 }
 
 // Two threads add and remove 100,000 items in one locked, owning list. The
 // list's lock does not protect its items, so every call is made under the
 // threads' own mutex, as callers sharing a list must; a third thread enters
-// and leaves the list's section all along so that the list calls really wait
-// for it.
+// and leaves the list's section all along so that the list calls really wait.
 TEST(ArrayListTest, TwoThreadsAddAndRemove100000ItemsUnderOutsideLocking) {
     constexpr int kPerThread = 50000;
-    std::atomic<int> deaths{0};
-    std::atomic<int> removed{0};
+    std::atomic<int> deaths{0}, removed{0};
     std::atomic<bool> stop{false};
     Probe<ArrayList> list;
     const int id = list.semId();
     ASSERT_GT(id, 0);
     std::mutex outside;
-
     auto worker = [&](int base) {
         for (int i = 0; i < kPerThread; ++i) {
             {
@@ -285,17 +245,12 @@ TEST(ArrayListTest, TwoThreadsAddAndRemove100000ItemsUnderOutsideLocking) {
         }
     };
     auto pinger = std::async(std::launch::async, [&] {
-        while (!stop) {
-            struct sembuf enter[2] = {{0, 0, 0}, {0, 1, 0}};
-            struct sembuf leave = {0, -1, 0};
-            semop(id, enter, 2);
-            semop(id, &leave, 1);
-            std::this_thread::yield();
-        }
+        for (; !stop; std::this_thread::yield())
+            if (Section(id, true) == 0)
+                Section(id, false);
     });
     auto first = std::async(std::launch::async, worker, 0);
     auto second = std::async(std::launch::async, worker, kPerThread);
-
     const auto deadline = std::chrono::steady_clock::now() + 90s;
     if (first.wait_until(deadline) != std::future_status::ready ||
         second.wait_until(deadline) != std::future_status::ready) {

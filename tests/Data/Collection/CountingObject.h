@@ -17,12 +17,10 @@
 
 namespace VemloTest {
 
-// Adds one to `deaths` when destroyed and, if given, appends its id to
-// `order`.
+// Adds one to `deaths` when destroyed and, if given, appends its id to `order`.
 class CountingObject : public Vemlo::Data::Object {
 public:
-    explicit CountingObject(std::atomic<int>& deaths, int id = 0,
-                            std::vector<int>* order = nullptr)
+    explicit CountingObject(std::atomic<int>& deaths, int id = 0, std::vector<int>* order = nullptr)
         : m_deaths(deaths), m_id(id), m_order(order) {}
     ~CountingObject() override {
         ++m_deaths;
@@ -38,7 +36,9 @@ private:
 };
 
 // The value of semaphore 0 of set `id` (-1 with errno set for a bad id).
-inline int SemValue(int id) { return semctl(id, 0, GETVAL); }
+inline int SemValue(int id) {
+    return semctl(id, 0, GETVAL);
+}
 
 // Gives access to the semaphore set of a list.
 template <class List> class Probe : public List {

@@ -11,17 +11,13 @@ using VemloTest::CountingObject;
 TEST(HashElementTest, OwnsItsValueButSetValueOfAnObjectOnlyStoresThePointer) {
     std::atomic<int> deaths{0};
     auto* first = new CountingObject(deaths, 1);
-    auto* second = new CountingObject(deaths, 2);
     {
         HashElement element("k", first);
-        EXPECT_STREQ(element.getKey(), "k");
-        EXPECT_EQ(element.getValue(), first);
-
-        element.setValue(second); // the old value is neither deleted nor released
+        // The old value is neither deleted nor released.
+        element.setValue(new CountingObject(deaths, 2));
         EXPECT_EQ(deaths, 0);
-        EXPECT_EQ(element.getValue(), second);
     }
-    EXPECT_EQ(deaths, 1); // the element still owned what it held: `second`
+    EXPECT_EQ(deaths, 1); // the element still owned what it held: the second
     delete first;
 
     // A text replaces, and deletes, an owned value.
@@ -33,11 +29,8 @@ TEST(HashElementTest, OwnsItsValueButSetValueOfAnObjectOnlyStoresThePointer) {
     EXPECT_STREQ(element.getStringValue(), "v");
     element.setValue(static_cast<const char*>(nullptr));
     EXPECT_STREQ(element.getStringValue(), "");
-
     HashElement empty("e", static_cast<Object*>(nullptr));
     EXPECT_EQ(empty.getStringValue(), nullptr);
-    empty.setValue("now text");
-    EXPECT_STREQ(empty.getStringValue(), "now text");
 }
 
 TEST(HashElementTest, CopySharesTheValueAndAssignmentDoesNothing) {
@@ -53,15 +46,8 @@ TEST(HashElementTest, CopySharesTheValueAndAssignmentDoesNothing) {
     }
     EXPECT_EQ(deaths, 1);
 
-    HashElement a("a", "1");
-    HashElement b("b", "2");
+    HashElement a("a", "1"), b("b", "2");
     a = b;
     EXPECT_STREQ(a.getKey(), "a");
     EXPECT_STREQ(a.getStringValue(), "1");
-
-    // A text copy refers to the same String too.
-    HashElement text("t", "x");
-    HashElement textCopy(text);
-    EXPECT_EQ(textCopy.getValue(), text.getValue());
-    textCopy.setValue(static_cast<Object*>(nullptr));
 }

