@@ -8,20 +8,16 @@
 #include <dirent.h>
 
 using Vemlo::Service::Thread;
+using Clock = std::chrono::steady_clock;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-// Polls `done` for up to `limit`; the tests never wait unbounded.
-template <class Pred> bool waitFor(Pred done, std::chrono::milliseconds limit) {
-    const auto end = Clock::now() + limit;
-    while (!done()) {
-        if (Clock::now() > end)
-            return false;
+// Polls `done` for up to ten seconds; the tests never wait unbounded.
+template <class Pred> bool waitFor(Pred done) {
+    const auto end = Clock::now() + std::chrono::seconds(10);
+    while (!done() && Clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    return done();
 }
 
 // Threads of this process, as the kernel lists them.
@@ -29,52 +25,46 @@ int taskCount() {
     int count = 0;
     if (DIR* dir = opendir("/proc/self/task")) {
         while (dirent* entry = readdir(dir))
-            if (entry->d_name[0] != '.')
-                ++count;
+            count += entry->d_name[0] != '.';
         closedir(dir);
     }
     return count;
 }
 
-// Runs until released or asked to stop; counts its runs.
+// Runs until released or asked to stop (`release` unset), or returns at once.
 class Worker : public Thread {
 public:
+    explicit Worker(bool quick = false) : release(quick) {}
     void Run() override {
         ++runs;
         stopSeenAtStart = m_bStop.load();
         while (!m_bStop && !release)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    std::atomic<bool> release;
     std::atomic<int> runs{0};
-    std::atomic<bool> release{false};
     std::atomic<bool> stopSeenAtStart{false};
 };
 
-// Returns at once.
-class Quick : public Thread {
-public:
-    void Run() override { ++runs; }
-    std::atomic<int> runs{0};
-};
-
-bool parks(const Thread& t) {
-    return waitFor([&] { return t.getState() == 0; }, std::chrono::seconds(10));
-}
-
 } // namespace
 
-TEST(ThreadTest, MovesFromParkedToRunningToFinished) {
+TEST(ThreadTest, LifecycleFromParkedToRunningToFinished) {
     Worker worker;
-    ASSERT_TRUE(parks(worker));
+    ASSERT_TRUE(waitFor([&] { return worker.getState() == 0; }));
     EXPECT_EQ(worker.runs, 0); // parked until Start()
-    EXPECT_FALSE(worker.isStopRequested());
-
     EXPECT_TRUE(worker.Start());
     EXPECT_EQ(worker.getState(), 1);
-    ASSERT_TRUE(waitFor([&] { return worker.runs == 1; }, std::chrono::seconds(10)));
-    // Starting a running thread changes nothing; event hosts do it per message.
-    EXPECT_TRUE(worker.Start());
+    ASSERT_TRUE(waitFor([&] { return worker.runs == 1; }));
+    EXPECT_TRUE(worker.Start()); // a running thread: nothing changes (event hosts rely on it)
     EXPECT_EQ(worker.runs, 1);
+
+    // Wait gives true also when the time runs out; the state tells which.
+    const auto started = Clock::now();
+    EXPECT_TRUE(worker.Wait(0));
+    EXPECT_TRUE(worker.Wait(-5)); // any negative but -1: one sleep
+    EXPECT_TRUE(worker.Wait(30)); // 31 sleeps of 1 ms at least
+    EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(31));
+    EXPECT_EQ(worker.getState(), 1);
 
     worker.release = true;
     EXPECT_TRUE(worker.Wait(10000));
@@ -84,56 +74,34 @@ TEST(ThreadTest, MovesFromParkedToRunningToFinished) {
     EXPECT_TRUE(worker.isStopRequested());
 }
 
-TEST(ThreadTest, StopSetsTheFlagThatEndsRunAndJoins) {
+TEST(ThreadTest, StopEndsRunThroughTheFlagAndARestartClearsIt) {
     Worker worker;
     ASSERT_TRUE(worker.Start());
-    ASSERT_TRUE(waitFor([&] { return worker.runs == 1; }, std::chrono::seconds(10)));
+    ASSERT_TRUE(waitFor([&] { return worker.runs == 1; }));
     EXPECT_TRUE(worker.Stop(true)); // cancellation is disabled: Run() ends on the flag
     EXPECT_EQ(worker.getState(), 2);
-    EXPECT_EQ(worker.runs, 1);
-}
 
-TEST(ThreadTest, WaitReturnsTrueAlsoWhenTheTimeRunsOut) {
-    Worker worker;
+    // A fresh OS thread, and the flag cleared before the new Run() begins.
     ASSERT_TRUE(worker.Start());
-
-    auto started = Clock::now();
-    EXPECT_TRUE(worker.Wait(0));
-    EXPECT_TRUE(worker.Wait(-5)); // any negative but -1: one sleep
-    EXPECT_TRUE(worker.Wait(30)); // 31 sleeps of 1 ms at least
-    EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(31));
-    EXPECT_EQ(worker.getState(), 1); // the state tells that it timed out
-
+    ASSERT_TRUE(waitFor([&] { return worker.runs == 2; }));
+    EXPECT_FALSE(worker.stopSeenAtStart);
+    EXPECT_EQ(worker.getState(), 1);
     worker.Stop(true);
+    EXPECT_EQ(worker.getState(), 2);
 }
 
 // A Run() that returns before Start() has moved the state to running must
 // keep its 2, or Wait(-1) and the thread reaper would wait for ever.
 TEST(ThreadTest, ShortRunIsNotOverwrittenByStart) {
     for (int i = 0; i < 300; ++i) {
-        Quick quick;
-        ASSERT_TRUE(parks(quick));
+        Worker quick(true);
+        ASSERT_TRUE(waitFor([&] { return quick.getState() == 0; }));
         ASSERT_TRUE(quick.Start());
         ASSERT_TRUE(quick.Wait(10000));
         ASSERT_EQ(quick.getState(), 2) << "round " << i;
         ASSERT_EQ(quick.runs, 1);
         quick.Stop(true);
     }
-}
-
-TEST(ThreadTest, RestartsAfterStop) {
-    Worker worker;
-    ASSERT_TRUE(worker.Start());
-    ASSERT_TRUE(waitFor([&] { return worker.runs == 1; }, std::chrono::seconds(10)));
-    worker.Stop(true);
-
-    // A fresh OS thread, and the flag cleared before the new Run() begins.
-    ASSERT_TRUE(worker.Start());
-    ASSERT_TRUE(waitFor([&] { return worker.runs == 2; }, std::chrono::seconds(10)));
-    EXPECT_FALSE(worker.stopSeenAtStart);
-    EXPECT_EQ(worker.getState(), 1);
-    worker.Stop(true);
-    EXPECT_EQ(worker.getState(), 2);
 }
 
 TEST(ThreadTest, NeverStartedThreadEndsWithoutRunning) {
@@ -143,16 +111,14 @@ TEST(ThreadTest, NeverStartedThreadEndsWithoutRunning) {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     const int before = taskCount();
     {
-        Quick destroyed; // destroyed right after creation, maybe before it parks
-        Quick parked;
-        ASSERT_TRUE(parks(parked));
-        Quick stopped;
+        Worker destroyed(true); // destroyed right after creation, maybe before it parks
+        Worker parked(true);
+        ASSERT_TRUE(waitFor([&] { return parked.getState() == 0; }));
+        Worker stopped(true);
         EXPECT_TRUE(stopped.Stop(true)); // returns: the parked thread is released
         EXPECT_EQ(stopped.getState(), 2);
-        EXPECT_EQ(stopped.runs, 0);
-        EXPECT_EQ(parked.runs, 0);
+        EXPECT_EQ(stopped.runs + parked.runs, 0);
     }
     // No OS thread is left parked on a destroyed object.
-    EXPECT_TRUE(waitFor([&] { return taskCount() <= before; }, std::chrono::seconds(10)))
-        << taskCount() << " threads, " << before << " before";
+    EXPECT_TRUE(waitFor([&] { return taskCount() <= before; })) << taskCount() << " threads, " << before;
 }

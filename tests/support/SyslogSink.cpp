@@ -1,9 +1,9 @@
 //===- support/SyslogSink.cpp - Receives what syslog() sends --------------===//
 #include "support/SyslogSink.h"
 
-#include <cctype>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 
 #include <poll.h>
@@ -17,34 +17,45 @@ namespace VemloTest {
 namespace {
 
 const char kLogPath[] = "/dev/log";
-// Abstract socket name held by the process whose sink owns /dev/log.
-const char kLockName[] = "vemlo-test-syslog-sink";
 
-socklen_t pathAddress(sockaddr_un& address, const char* path) {
+// The address of the socket file `path`, or of the abstract name `path`
+// (sun_path[0] stays NUL) when `abstract`.
+socklen_t addressOf(sockaddr_un& address, const char* path, bool abstract = false) {
     std::memset(&address, 0, sizeof address);
     address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path, sizeof address.sun_path - 1);
-    return sizeof address;
+    std::strncpy(address.sun_path + abstract, path, sizeof address.sun_path - 2);
+    return abstract ? static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + std::strlen(path))
+                    : sizeof address;
 }
 
-socklen_t abstractAddress(sockaddr_un& address, const char* name) {
-    std::memset(&address, 0, sizeof address);
-    address.sun_family = AF_UNIX;
-    size_t length = std::strlen(name);
-    std::memcpy(address.sun_path + 1, name, length); // sun_path[0] stays NUL
-    return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length);
-}
-
-// True when something accepts datagrams at `path`.
-bool someoneListens(const char* path) {
-    int probe = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (probe < 0)
-        return false;
+bool bindTo(int fd, const char* path, bool abstract = false) {
     sockaddr_un address;
-    socklen_t length = pathAddress(address, path);
-    bool listens = connect(probe, reinterpret_cast<sockaddr*>(&address), length) == 0;
-    close(probe);
-    return listens;
+    const socklen_t length = addressOf(address, path, abstract);
+    return fd >= 0 && bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0;
+}
+
+// "<pri>Mmm dd hh:mm:ss identity: text", the time stamp optional.
+void parse(const std::string& datagram, SyslogRecord& out) {
+    out.raw = datagram;
+    int pri = -1, at = 0;
+    if (std::sscanf(datagram.c_str(), "<%3d>%n", &pri, &at) != 1 || at == 0) {
+        out.text = datagram;
+        return;
+    }
+    out.priority = pri & 7;
+    out.facility = pri & ~7;
+    const std::string rest = datagram.substr(at);
+    size_t begin = 0;
+    if (rest.size() >= 16 && rest[3] == ' ' && rest[6] == ' ' && rest[9] == ':' && rest[12] == ':' &&
+        rest[15] == ' ')
+        begin = 16;
+    const size_t colon = rest.find(": ", begin);
+    if (colon == std::string::npos) {
+        out.text = rest.substr(begin);
+        return;
+    }
+    out.identity = rest.substr(begin, colon - begin);
+    out.text = rest.substr(colon + 2);
 }
 
 } // namespace
@@ -53,10 +64,8 @@ SyslogSink::SyslogSink() {
     // Take turns with sinks of other processes: the abstract name is freed
     // by the kernel when its holder ends, even by a crash.
     m_lockFd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un lockAddress;
-    socklen_t lockLength = abstractAddress(lockAddress, kLockName);
     const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (bind(m_lockFd, reinterpret_cast<sockaddr*>(&lockAddress), lockLength) != 0) {
+    while (!bindTo(m_lockFd, "vemlo-test-syslog-sink", true)) {
         if (errno != EADDRINUSE || std::chrono::steady_clock::now() > giveUp) {
             m_skipReason = std::string("cannot take the syslog sink lock: ") + std::strerror(errno);
             return;
@@ -66,7 +75,12 @@ SyslogSink::SyslogSink() {
 
     struct stat info;
     if (lstat(kLogPath, &info) == 0) {
-        if (someoneListens(kLogPath)) {
+        const int probe = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sockaddr_un address;
+        const socklen_t length = addressOf(address, kLogPath);
+        const bool listens = connect(probe, reinterpret_cast<sockaddr*>(&address), length) == 0;
+        close(probe);
+        if (listens) {
             m_skipReason = "a system logger already listens on /dev/log; these tests bind their "
                            "own sink there and leave a real logger alone";
             return;
@@ -78,18 +92,15 @@ SyslogSink::SyslogSink() {
         unlink(kLogPath); // a sink left by a killed test run
     }
 
-    int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address;
-    socklen_t length = pathAddress(address, kLogPath);
-    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&address), length) != 0) {
+    const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (!bindTo(fd, kLogPath)) {
         m_skipReason = std::string("cannot bind /dev/log: ") + std::strerror(errno);
         if (fd >= 0)
             close(fd);
         return;
     }
-    int on = 1;
+    int on = 1, size = 4 << 20;
     setsockopt(fd, SOL_SOCKET, SO_PASSCRED, &on, sizeof on);
-    int size = 4 << 20;
     setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
     m_fd = fd;
     m_reader = std::thread([this] { readLoop(); });
@@ -119,41 +130,34 @@ void SyslogSink::readLoop() {
             cmsghdr header;
             char space[CMSG_SPACE(sizeof(ucred))];
         } control;
-        msghdr message;
-        std::memset(&message, 0, sizeof message);
+        msghdr message{};
         message.msg_iov = &part;
         message.msg_iovlen = 1;
         message.msg_control = &control;
         message.msg_controllen = sizeof control;
-        ssize_t got = recvmsg(m_fd, &message, MSG_DONTWAIT);
+        const ssize_t got = recvmsg(m_fd, &message, MSG_DONTWAIT);
         if (got < 0)
             continue;
-        pid_t sender = -1;
-        for (cmsghdr* c = CMSG_FIRSTHDR(&message); c != nullptr; c = CMSG_NXTHDR(&message, c)) {
-            if (c->cmsg_level == SOL_SOCKET && c->cmsg_type == SCM_CREDENTIALS) {
-                ucred credentials;
-                std::memcpy(&credentials, CMSG_DATA(c), sizeof credentials);
-                sender = credentials.pid;
-            }
-        }
-        if (sender != -1 && sender != self)
-            continue; // another process's line
+        // Only this process's lines: other programs may log meanwhile.
+        cmsghdr* c = CMSG_FIRSTHDR(&message);
+        ucred sender{};
+        if (c && c->cmsg_level == SOL_SOCKET && c->cmsg_type == SCM_CREDENTIALS)
+            std::memcpy(&sender, CMSG_DATA(c), sizeof sender);
+        if (sender.pid != 0 && sender.pid != self)
+            continue;
         SyslogRecord record;
-        Parse(std::string(buffer.data(), static_cast<size_t>(got)), record);
-        {
-            std::lock_guard<std::mutex> guard(m_mutex);
-            m_records.push_back(std::move(record));
-        }
+        parse(std::string(buffer.data(), static_cast<size_t>(got)), record);
+        std::lock_guard<std::mutex> guard(m_mutex);
+        m_records.push_back(std::move(record));
         m_arrived.notify_all();
     }
 }
 
 bool SyslogSink::next(SyslogRecord& out, std::chrono::milliseconds limit) {
-    std::unique_lock<std::mutex> guard(m_mutex);
-    if (!m_arrived.wait_for(guard, limit, [this] { return !m_records.empty(); }))
+    std::vector<SyslogRecord> one = take(1, limit);
+    if (one.empty())
         return false;
-    out = std::move(m_records.front());
-    m_records.pop_front();
+    out = std::move(one.front());
     return true;
 }
 
@@ -161,13 +165,10 @@ std::vector<SyslogRecord> SyslogSink::take(size_t count, std::chrono::millisecon
     std::vector<SyslogRecord> records;
     const auto end = std::chrono::steady_clock::now() + limit;
     std::unique_lock<std::mutex> guard(m_mutex);
-    while (records.size() < count) {
-        if (!m_arrived.wait_until(guard, end, [this] { return !m_records.empty(); }))
-            break;
-        while (!m_records.empty() && records.size() < count) {
+    while (records.size() < count &&
+           m_arrived.wait_until(guard, end, [this] { return !m_records.empty(); })) {
+        for (; !m_records.empty() && records.size() < count; m_records.pop_front())
             records.push_back(std::move(m_records.front()));
-            m_records.pop_front();
-        }
     }
     return records;
 }
@@ -175,44 +176,9 @@ std::vector<SyslogRecord> SyslogSink::take(size_t count, std::chrono::millisecon
 size_t SyslogSink::drain(std::chrono::milliseconds quiet) {
     std::this_thread::sleep_for(quiet);
     std::lock_guard<std::mutex> guard(m_mutex);
-    size_t dropped = m_records.size();
+    const size_t dropped = m_records.size();
     m_records.clear();
     return dropped;
-}
-
-bool SyslogSink::Parse(const std::string& datagram, SyslogRecord& out) {
-    out = SyslogRecord();
-    out.raw = datagram;
-    // "<pri>"
-    if (datagram.size() < 3 || datagram[0] != '<')
-        return false;
-    size_t close = datagram.find('>');
-    if (close == std::string::npos || close == 1 || close > 4)
-        return false;
-    int pri = 0;
-    for (size_t i = 1; i < close; ++i) {
-        if (!std::isdigit(static_cast<unsigned char>(datagram[i])))
-            return false;
-        pri = pri * 10 + (datagram[i] - '0');
-    }
-    out.pri = pri;
-    out.priority = pri & 7;
-    out.facility = pri & ~7;
-    // "Mmm dd hh:mm:ss " (the day padded with a blank), when present.
-    size_t at = close + 1;
-    const std::string rest = datagram.substr(at);
-    if (rest.size() >= 16 && rest[3] == ' ' && rest[6] == ' ' && rest[9] == ':' &&
-        rest[12] == ':' && rest[15] == ' ')
-        at += 16;
-    // "identity: text"
-    size_t colon = datagram.find(": ", at);
-    if (colon == std::string::npos) {
-        out.text = datagram.substr(at);
-        return false;
-    }
-    out.identity = datagram.substr(at, colon - at);
-    out.text = datagram.substr(colon + 2);
-    return true;
 }
 
 } // namespace VemloTest

@@ -32,9 +32,8 @@ namespace VemloTest {
 
 // One line as the system logger would receive it.
 struct SyslogRecord {
-    int pri = -1;      // the whole <pri> value: facility | priority
-    int priority = -1; // pri & 7, LOG_EMERG .. LOG_DEBUG
-    int facility = -1; // pri & ~7, e.g. LOG_USER
+    int priority = -1; // <pri> & 7, LOG_EMERG .. LOG_DEBUG
+    int facility = -1; // <pri> & ~7, e.g. LOG_USER
     std::string identity;
     std::string text;
     std::string raw; // the datagram as sent
@@ -60,9 +59,6 @@ public:
     // Waits `quiet` for stragglers, then drops whatever arrived; returns how
     // many records were dropped.
     size_t drain(std::chrono::milliseconds quiet = std::chrono::milliseconds(50));
-
-    // Parses one datagram; false when it is not in the syslog format.
-    static bool Parse(const std::string& datagram, SyslogRecord& out);
 
 private:
     void readLoop();

@@ -1,7 +1,7 @@
 //===- support/TestConfig.cpp - A configuration folder for tests ----------===//
 #include "support/TestConfig.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -10,56 +10,28 @@
 
 namespace VemloTest {
 
-namespace {
-
-// An element of the tree written by WriteXmlPropertyFile: children in the
-// order their names first appear.
-struct Element {
-    std::string value;
-    std::vector<std::pair<std::string, Element>> children;
-
-    Element& child(const std::string& name) {
-        for (auto& entry : children)
-            if (entry.first == name)
-                return entry.second;
-        children.emplace_back(name, Element());
-        return children.back().second;
-    }
-};
-
-void write(std::ostringstream& out, const std::string& name, const Element& element) {
-    out << "<" << name << ">";
-    if (element.children.empty())
-        out << element.value;
-    for (const auto& entry : element.children)
-        write(out, entry.first, entry.second);
-    out << "</" << name << ">";
-}
-
-} // namespace
-
 bool WriteXmlPropertyFile(const std::string& path, const ConfigEntries& entries) {
-    Element root;
+    std::vector<std::string> open; // the elements open around the next entry
+    std::string text = "<FileProperty>";
     for (const auto& entry : entries) {
-        Element* at = &root;
-        std::string::size_type begin = 0;
-        for (;;) {
-            const auto dot = entry.first.find('.', begin);
-            at = &at->child(entry.first.substr(begin, dot == std::string::npos ? dot : dot - begin));
-            if (dot == std::string::npos)
-                break;
-            begin = dot + 1;
-        }
-        at->value = entry.second;
+        std::vector<std::string> parts;
+        std::istringstream key(entry.first);
+        for (std::string part; std::getline(key, part, '.');)
+            parts.push_back(part);
+        size_t shared = 0;
+        while (shared < open.size() && shared + 1 < parts.size() && open[shared] == parts[shared])
+            ++shared;
+        for (; open.size() > shared; open.pop_back())
+            text += "</" + open.back() + ">";
+        for (; open.size() + 1 < parts.size(); open.push_back(parts[open.size()]))
+            text += "<" + parts[open.size()] + ">";
+        text += "<" + parts.back() + ">" + entry.second + "</" + parts.back() + ">";
     }
-    std::ostringstream out;
-    write(out, "FileProperty", root);
-    const std::string text = out.str();
-    FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file)
-        return false;
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    return std::fclose(file) == 0 && written;
+    for (; !open.empty(); open.pop_back())
+        text += "</" + open.back() + ">";
+    text += "</FileProperty>";
+    std::ofstream out(path, std::ios::binary);
+    return static_cast<bool>(out << text << std::flush);
 }
 
 TestConfig::TestConfig(const ConfigEntries& entries) {
@@ -67,14 +39,12 @@ TestConfig::TestConfig(const ConfigEntries& entries) {
                       {"Base.Log.BackupRange", "5"},
                       {"Base.Http.TempPath", m_dir.path() + "/http"}};
     for (const auto& entry : entries) {
-        bool replaced = false;
-        for (auto& existing : all)
-            if (existing.first == entry.first) {
-                existing.second = entry.second;
-                replaced = true;
-            }
-        if (!replaced)
+        auto same = std::find_if(all.begin(), all.end(),
+                                 [&](const auto& e) { return e.first == entry.first; });
+        if (same == all.end())
             all.push_back(entry);
+        else
+            same->second = entry.second;
     }
     const std::string vemlo = m_dir.path() + "/Vemlo";
     if (mkdir(vemlo.c_str(), 0755) != 0 || mkdir(folder().c_str(), 0755) != 0 ||
@@ -94,15 +64,6 @@ std::string ReadFile(const std::string& path) {
 
 void WriteFile(const std::string& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
-}
-
-const char* MessageOf(Vemlo::Data::Properties::PropertyException* e) {
-    // The cast the language allows to a private base.
-    return ((Vemlo::Common::Exception*)e)->GetMessage();
-}
-
-int CodeOf(Vemlo::Data::Properties::PropertyException* e) {
-    return ((Vemlo::Common::Exception*)e)->GetCode();
 }
 
 } // namespace VemloTest

@@ -35,8 +35,9 @@ namespace VemloTest {
 using ConfigEntries = std::vector<std::pair<std::string, std::string>>;
 
 // Writes `entries` to `path` as an XML property file: root FileProperty, each
-// dotted key a path of nested elements. Values must not hold markup
-// characters. Returns false when the file cannot be written.
+// dotted key a path of nested elements (keys that follow one another share
+// their common elements). Values must not hold markup characters. Returns
+// false when the file cannot be written.
 bool WriteXmlPropertyFile(const std::string& path, const ConfigEntries& entries);
 
 class TestConfig {
@@ -82,29 +83,26 @@ int RunInChild(Body&& body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// Reads a thrown PropertyException's message and code (its Exception base is
-// private, so the usual accessors cannot be called on it).
-const char* MessageOf(Vemlo::Data::Properties::PropertyException* e);
-int CodeOf(Vemlo::Data::Properties::PropertyException* e);
+// A thrown PropertyException's message and code (its Exception base is
+// private: the C cast is the one the language allows).
+inline const char* MessageOf(Vemlo::Data::Properties::PropertyException* e) {
+    return ((Vemlo::Common::Exception*)e)->GetMessage();
+}
+inline int CodeOf(Vemlo::Data::Properties::PropertyException* e) {
+    return ((Vemlo::Common::Exception*)e)->GetCode();
+}
 
 // As ExpectThrown, for PropertyException.
-template <class Body>
-void ExpectPropertyThrown(Body&& body, int code, const char* message) {
+template <class Body> void ExpectPropertyThrown(Body&& body, int code, const char* message) {
     try {
         body();
+        ADD_FAILURE() << "expected a thrown PropertyException";
     } catch (Vemlo::Data::Properties::PropertyException* e) {
-        if (e == nullptr) {
-            ADD_FAILURE() << "a null pointer was thrown";
-            return;
-        }
+        ASSERT_NE(e, nullptr);
         EXPECT_EQ(CodeOf(e), code);
-        if (message) {
-            EXPECT_STREQ(MessageOf(e), message);
-        }
+        EXPECT_STREQ(MessageOf(e), message);
         delete e;
-        return;
     }
-    ADD_FAILURE() << "expected a thrown PropertyException";
 }
 
 } // namespace VemloTest

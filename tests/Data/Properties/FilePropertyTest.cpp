@@ -7,49 +7,9 @@
 
 using namespace Vemlo::Data::Properties;
 using VemloTest::ExpectPropertyThrown;
-using VemloTest::TempDir;
 using VemloTest::ReadFile;
+using VemloTest::TempDir;
 using VemloTest::WriteFile;
-
-namespace {
-
-// Runs `body` with standard output captured and thrown away.
-template <class Body>
-void quietly(Body&& body) {
-    testing::internal::CaptureStdout();
-    try {
-        body();
-    } catch (...) {
-        testing::internal::GetCapturedStdout();
-        throw;
-    }
-    testing::internal::GetCapturedStdout();
-}
-
-} // namespace
-
-TEST(FilePropertyTest, BuilderPicksTheFormatByCode) {
-    TempDir dir;
-    std::unique_ptr<Property> xml;
-    quietly([&] { xml.reset(PropertyBuilder::BuildProperty(dir.file("new.xml").c_str(), 6301)); });
-    ASSERT_NE(xml, nullptr); // a missing XML file is created and accepted at once
-    EXPECT_NE(dynamic_cast<XmlProperty*>(xml.get()), nullptr);
-    EXPECT_EQ(ReadFile(dir.file("new.xml")), "<FileProperty></FileProperty>");
-
-    // Any other code is plain text; its first build of a new file gives null
-    // (the file has been created meanwhile), the next one the loaded set.
-    const std::string text = dir.file("new.txt");
-    Property* none = nullptr;
-    quietly([&] { none = PropertyBuilder::BuildProperty(text.c_str(), 0); });
-    EXPECT_EQ(none, nullptr);
-    std::unique_ptr<Property> plain(PropertyBuilder::BuildProperty(text.c_str(), 6300));
-    ASSERT_NE(plain, nullptr);
-    EXPECT_NE(dynamic_cast<PlaneTextProperty*>(plain.get()), nullptr);
-    EXPECT_STREQ(plain->getValue("Comment"), "Trimlo Configuration File");
-
-    // The format's exceptions pass through.
-    ExpectPropertyThrown([] { PropertyBuilder::BuildProperty(nullptr, 1); }, 0, "FIlename is NULL");
-}
 
 // The interface stays hidden behind the private bases; the configuration is
 // still a FileProperty.
@@ -58,77 +18,83 @@ static_assert(!std::is_convertible<FileProperty*, IProperty*>::value, "FilePrope
 static_assert(std::is_convertible<XmlProperty*, Property*>::value, "");
 static_assert(std::is_convertible<Vemlo::Config::Configuration*, FileProperty*>::value, "");
 
-TEST(FilePropertyTest, PrefixAppliesToReadsOnly) {
+// Standard output (the formats' messages) is captured and dropped in every case.
+class FilePropertyTest : public testing::Test {
+protected:
+    void SetUp() override { testing::internal::CaptureStdout(); }
+    void TearDown() override { testing::internal::GetCapturedStdout(); }
     TempDir dir;
+};
+
+TEST_F(FilePropertyTest, BuilderPicksTheFormatByCode) {
+    std::unique_ptr<Property> xml(PropertyBuilder::BuildProperty(dir.file("new.xml").c_str(), 6301));
+    EXPECT_NE(dynamic_cast<XmlProperty*>(xml.get()), nullptr); // a new XML file is accepted at once
+    EXPECT_EQ(ReadFile(dir.file("new.xml")), "<FileProperty></FileProperty>");
+
+    // Any other code is plain text; its first build of a new file gives null
+    // (the file has been created meanwhile), the next one the loaded set.
+    const std::string text = dir.file("new.txt");
+    EXPECT_EQ(PropertyBuilder::BuildProperty(text.c_str(), 0), nullptr);
+    std::unique_ptr<Property> plain(PropertyBuilder::BuildProperty(text.c_str(), 6300));
+    ASSERT_NE(dynamic_cast<PlaneTextProperty*>(plain.get()), nullptr);
+    EXPECT_STREQ(plain->getValue("Comment"), "Trimlo Configuration File");
+    ExpectPropertyThrown([] { PropertyBuilder::BuildProperty(nullptr, 1); }, 0, "FIlename is NULL");
+}
+
+TEST_F(FilePropertyTest, PrefixAppliesToReadsOnly) {
     const std::string path = dir.file("p.xml");
     WriteFile(path, "<FileProperty><Base><Log><Level>3</Level><Ratio>0.5</Ratio></Log></Base></FileProperty>");
-    std::unique_ptr<FileProperty> p;
-    quietly([&] { p.reset(new FileProperty(path.c_str())); });
-    EXPECT_STREQ(p->getFileName(), path.c_str());
-    p->setPrefix("Base");
-    EXPECT_STREQ(p->getValue("Log.Level"), "3");
-    EXPECT_EQ(p->getIntValue("Log.Level"), 3);
-    EXPECT_DOUBLE_EQ(p->getDoubleValue("Log.Ratio"), 0.5);
-    EXPECT_NE(p->getObjValue("Log.Level"), nullptr);
-    EXPECT_STREQ(p->getValue("Base.Log.Level"), ""); // Base.Base.Log.Level
+    FileProperty p(path.c_str());
+    p.setPrefix("Base");
+    EXPECT_EQ(p.getIntValue("Log.Level"), 3);
+    EXPECT_DOUBLE_EQ(p.getDoubleValue("Log.Ratio"), 0.5);
+    EXPECT_NE(p.getObjValue("Log.Level"), nullptr);
+    EXPECT_STREQ(p.getValue("Base.Log.Level"), ""); // Base.Base.Log.Level
 
     // Writes take the key as given: existing callers depend on it.
-    p->setValue("b", "1");
-    EXPECT_STREQ(p->getValue("b"), "");
-    p->setPrefix("");
-    EXPECT_STREQ(p->getValue("b"), "1");
-    EXPECT_STREQ(p->getValue("Base.Log.Level"), "3");
-    p->setObjValue("obj", new String("o"));
-    EXPECT_STREQ(p->getValue("obj"), "o");
+    p.setValue("b", "1");
+    EXPECT_STREQ(p.getValue("b"), "");
+    p.setPrefix("");
+    EXPECT_STREQ(p.getValue("b"), "1");
+    p.setObjValue("obj", new String("o"));
+    EXPECT_STREQ(p.getValue("obj"), "o");
 
-    // Update writes to the file name.
-    EXPECT_EQ(p->Update(), 1);
-    std::unique_ptr<FileProperty> reread;
-    quietly([&] { reread.reset(new FileProperty(path.c_str())); });
-    EXPECT_STREQ(reread->getValue("b"), "1");
-    EXPECT_STREQ(reread->getValue("Base.Log.Level"), "3");
+    EXPECT_EQ(p.Update(), 1); // to the file name
+    FileProperty reread(path.c_str());
+    EXPECT_STREQ(reread.getValue("b"), "1");
+    EXPECT_STREQ(reread.getValue("Base.Log.Level"), "3");
 }
 
-TEST(FilePropertyTest, FailedLoadThrows201AndLeavesAnEmptyShell) {
-    TempDir dir;
+TEST_F(FilePropertyTest, FailedLoadThrows201AndLeavesAnEmptyShell) {
     const std::string text = dir.file("p.txt");
-    std::unique_ptr<FileProperty> p;
-    quietly([&] { p.reset(new FileProperty(dir.file("p.xml").c_str())); });
-    p->setValue("lost", "x");
+    FileProperty p(dir.file("p.xml").c_str());
+    p.setValue("lost", "x");
 
     // The first use of a missing plain-text file fails, having created it.
-    quietly([&] { ExpectPropertyThrown([&] { p->setFileName(text.c_str(), 0); }, 201, "Cannot Load Property File"); });
-    EXPECT_STREQ(p->getFileName(), text.c_str());
-    EXPECT_STREQ(p->getValue("lost"), "");
-    EXPECT_EQ(p->getIntValue("lost"), 0);
-    EXPECT_EQ(p->getDoubleValue("lost"), 0.0);
-    EXPECT_EQ(p->getObjValue("lost"), nullptr);
-    p->setValue("ignored", "1");
+    ExpectPropertyThrown([&] { p.setFileName(text.c_str(), 0); }, 201, "Cannot Load Property File");
+    EXPECT_STREQ(p.getFileName(), text.c_str());
+    EXPECT_STREQ(p.getValue("lost"), "");
+    EXPECT_EQ(p.getIntValue("lost"), 0);
+    EXPECT_EQ(p.getDoubleValue("lost"), 0.0);
+    EXPECT_EQ(p.getObjValue("lost"), nullptr);
+    p.setValue("ignored", "1");
     String kept("mine");
-    p->setObjValue("ignored", &kept); // stays the caller's
-    EXPECT_EQ(p->Update(), 0);
+    p.setObjValue("ignored", &kept); // stays the caller's
+    EXPECT_EQ(p.Update(), 0);
 
     // The next attempt succeeds; the path may come from the object itself.
-    EXPECT_EQ(p->setFileName(p->getFileName(), 0), 1);
-    EXPECT_STREQ(p->getFileName(), text.c_str());
-    EXPECT_STREQ(p->getValue("Comment"), "Trimlo Configuration File");
+    EXPECT_EQ(p.setFileName(p.getFileName(), 0), 1);
+    EXPECT_STREQ(p.getValue("Comment"), "Trimlo Configuration File");
 
-    // A file that can be neither read nor created.
-    const std::string nowhere = dir.file("no/such.xml");
-    quietly([&] {
-        ExpectPropertyThrown([&] { FileProperty f(nowhere.c_str()); }, 201, "Cannot Load Property File");
-    });
+    const std::string nowhere = dir.file("no/such.xml"); // neither readable nor creatable
+    ExpectPropertyThrown([&] { FileProperty f(nowhere.c_str()); }, 201, "Cannot Load Property File");
 }
 
-TEST(FilePropertyTest, CopyLoadsASetOfItsOwn) {
-    TempDir dir;
+TEST_F(FilePropertyTest, CopyLoadsASetOfItsOwnAndAssignmentDoesNothing) {
     const std::string path = dir.file("p.txt");
     WriteFile(path, "a=1;\n");
-    std::unique_ptr<FileProperty> original;
-    quietly([&] {
-        original.reset(new FileProperty(dir.file("unused.xml").c_str()));
-        original->setFileName(path.c_str(), 0);
-    });
+    std::unique_ptr<FileProperty> original(new FileProperty(dir.file("unused.xml").c_str()));
+    original->setFileName(path.c_str(), 0);
     original->setPrefix("x");
     original->setValue("x.b", "unsaved");
     FileProperty copy(*original);
@@ -137,11 +103,9 @@ TEST(FilePropertyTest, CopyLoadsASetOfItsOwn) {
     copy.setValue("x.a", "changed");
     EXPECT_STREQ(copy.getValue("a"), "changed");
     EXPECT_STREQ(original->getValue("a"), "");
-    copy.setPrefix("");
-    EXPECT_STREQ(copy.getValue("a"), "1");
 
-    // Assignment does nothing.
-    copy = *original;
+    copy.setPrefix("");
+    copy = *original; // neither the prefix nor the set is taken
     EXPECT_STREQ(copy.getValue("x.a"), "changed");
     original.reset(); // each deletes its own set (the sanitizers check)
     EXPECT_STREQ(copy.getValue("a"), "1");
