@@ -64,7 +64,17 @@
 
 // Events
 #include <Vemlo/Event/EventException.h>
+#include <Vemlo/Event/EventMessage.h>
+#include <Vemlo/Event/EventHost.h>
+#include <Vemlo/Event/EventHostGeneric.h>
+#include <Vemlo/Event/EventHostThread.h>
+#include <Vemlo/Event/EventHandler.h>
 
+// State machine
+#include <Vemlo/State/StateUnit.h>
+#include <Vemlo/State/Transition.h>
+#include <Vemlo/State/LogElement.h>
+#include <Vemlo/State/StateMachine.h>
 
 // Networking
 #include <Vemlo/Net/NetException.h>

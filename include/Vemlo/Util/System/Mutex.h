@@ -30,6 +30,8 @@ public:
 
     void Lock() { pthread_mutex_lock(&m_mutex); }
     void Unlock() { pthread_mutex_unlock(&m_mutex); }
+    // Takes the mutex only when it is free: true when taken.
+    bool TryLock() { return pthread_mutex_trylock(&m_mutex) == 0; }
 
     const char* getName() const { return m_sName.c_str(); }
 

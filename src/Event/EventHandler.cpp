@@ -1,0 +1,675 @@
+//===- Event/EventHandler.cpp - The process-wide event dispatcher ---------===//
+#include <Vemlo/Event/EventHandler.h>
+
+#include "Event/Gate.h"
+
+#include <Vemlo/Common/Exception.h>
+#include <Vemlo/Data/Collection/ArrayList.h>
+#include <Vemlo/Event/EventException.h>
+#include <Vemlo/Event/EventHost.h>
+#include <Vemlo/Event/EventMessage.h>
+#include <Vemlo/Log/FileLog.h>
+#include <Vemlo/Log/Logger.h>
+#include <Vemlo/Util/System/CSingleLock.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <mutex>
+#include <vector>
+
+#include <pthread.h>
+
+#include <cxxabi.h>
+#include <unistd.h>
+
+namespace Vemlo {
+namespace Event {
+
+using Vemlo::Data::Collection::ArrayList;
+using Vemlo::Util::System::CSingleLock;
+
+namespace {
+
+// A mutex that spins briefly before it sleeps. Its holders only make one or
+// two list calls, so a waiter is usually let in within a microsecond or two:
+// sleeping and waking would cost more than the wait.
+class ListLock {
+public:
+    ListLock() {
+        pthread_mutexattr_t attributes;
+        pthread_mutexattr_init(&attributes);
+        pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ADAPTIVE_NP);
+        pthread_mutex_init(&m_mutex, &attributes);
+        pthread_mutexattr_destroy(&attributes);
+    }
+    ~ListLock() { pthread_mutex_destroy(&m_mutex); }
+    ListLock(const ListLock&) = delete;
+    ListLock& operator=(const ListLock&) = delete;
+    void lock() { pthread_mutex_lock(&m_mutex); }
+    void unlock() { pthread_mutex_unlock(&m_mutex); }
+
+private:
+    pthread_mutex_t m_mutex;
+};
+
+using Guard = std::lock_guard<ListLock>;
+
+} // namespace
+
+// The lists are shared by the dispatcher's thread and the callers of
+// Register, UnRegister, SendEventMsg and the look-ups. A list passes its own
+// section only momentarily (that is how lists behave), so every list call
+// is also made under one of two user-space locks, never held across a
+// handler: `queueLock` for the queue, `lock` for the host lists. The latter
+// also guards the bookkeeping that lets UnRegister return only once the
+// dispatcher has let go of a host. The queue has a lock of its own so that
+// senders never wait for the dispatcher's look-ups.
+struct EventHandler::Coordination {
+    // Guards the host lists and the fields below.
+    ListLock lock;
+    // Guards the queue (senders and the dispatcher meet here).
+    ListLock queueLock;
+    // Signalled when a delivery ends and when requested gates are open.
+    std::condition_variable_any changed;
+    // The host whose OnRecvMessage runs now, or null.
+    EventHost* delivering = nullptr;
+    // The broadcast in progress: the index of the next host and the end;
+    // UnRegister moves both when it removes a host before them. -1: none.
+    int broadcastNext = -1;
+    int broadcastEnd = -1;
+    // Unregistered hosts whose gates the dispatcher still holds. A gate is
+    // opened by the thread that holds it, the dispatcher's.
+    std::vector<EventHost*> gatesToOpen;
+    std::atomic<bool> gatesRequested{false};
+    // Hosts in the pending list, so that a long FireEvent can tell cheaply
+    // whether some wait to be caught up.
+    std::atomic<int> pendingHosts{0};
+    // Set when Run() has ended and opened every gate it held.
+    bool runEnded = false;
+};
+
+namespace {
+
+// The dispatcher of the thread that runs a Run(), if any.
+thread_local const EventHandler* t_dispatcher = nullptr;
+
+// The lock that makes the first getInstance() safe from several threads.
+std::mutex g_instanceLock;
+
+constexpr useconds_t kPass = 1000; // 1 ms between passes
+
+// While FireEvent keeps finding messages it does not return, and a pass's
+// catch-up would wait until the queue runs dry. Under traffic that never
+// lets it, pending hosts are caught up from within FireEvent this often.
+constexpr std::chrono::milliseconds kCatchUpUnderLoad(10);
+
+// Where a host was found in a list.
+enum class Found { No, Yes, NullEntry };
+
+Found findById(ArrayList* list, int id) {
+    const int count = list->Count();
+    for (int i = 0; i < count; ++i) {
+        EventHost* host = static_cast<EventHost*>(list->At(i));
+        if (host == nullptr)
+            return Found::NullEntry;
+        if (host->getId() == id)
+            return Found::Yes;
+    }
+    return Found::No;
+}
+
+int indexOf(ArrayList* list, const EventHost* host) {
+    const int count = list->Count();
+    for (int i = 0; i < count; ++i) {
+        if (list->At(i) == host)
+            return i;
+    }
+    return -1;
+}
+
+} // namespace
+
+std::atomic<EventHandler*> EventHandler::m_pInstance{nullptr};
+
+EventHandler::EventHandler()
+    : Thread(), m_pLog(nullptr), m_pQueue(new ArrayList(true)), m_pTmpHosts(new ArrayList(false)),
+      m_pHosts(new ArrayList(false)), m_pCoordination(new Coordination()) {
+    m_pTmpHosts->setDeleteFlag(false);
+    m_pHosts->setDeleteFlag(false);
+    m_pLog = Vemlo::Log::Logger::getLogger()->getLog("[Vemlo]");
+    if (m_pLog != nullptr)
+        m_pLog->WriteDebug("Event Logging System Starts\n\n");
+}
+
+EventHandler::~EventHandler() {
+    // Run() uses the lists until it sees the stop flag.
+    Stop(true);
+    delete m_pQueue;
+    delete m_pTmpHosts;
+    delete m_pHosts;
+    delete m_pCoordination;
+    m_pQueue = m_pTmpHosts = m_pHosts = nullptr;
+    m_pCoordination = nullptr;
+}
+
+void EventHandler::Run() {
+    t_dispatcher = this;
+    while (!m_bStop.load()) {
+        catchUpSafely();
+        FireEvent();
+        if (m_pCoordination->gatesRequested.load())
+            openRequestedGates();
+        usleep(kPass);
+    }
+
+    // Nothing is delivered any more: every gate still held is opened, so
+    // that no host thread stays blocked on a dispatcher that is gone.
+    {
+        Coordination& c = *m_pCoordination;
+        Guard guard(c.lock);
+        for (EventHost* host : c.gatesToOpen)
+            host->getMutex()->Unlock();
+        c.gatesToOpen.clear();
+        c.gatesRequested.store(false);
+        const int count = m_pHosts->Count();
+        for (int i = 0; i < count; ++i) {
+            EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
+            if (host != nullptr && host->getMutex() != nullptr)
+                host->getMutex()->Unlock();
+        }
+        c.runEnded = true;
+    }
+    m_pCoordination->changed.notify_all();
+    t_dispatcher = nullptr;
+
+    printf("[EventHandler::Run] end run of event handler ------------------------- \n");
+    fflush(stdout);
+}
+
+EventHandler* EventHandler::getInstance() {
+    EventHandler* instance = m_pInstance.load();
+    if (instance != nullptr)
+        return instance;
+    std::lock_guard<std::mutex> guard(g_instanceLock);
+    instance = m_pInstance.load();
+    if (instance != nullptr)
+        return instance;
+    instance = new EventHandler();
+    m_pInstance.store(instance);
+    try {
+        instance->Start();
+    } catch (Vemlo::Common::Exception* e) {
+        if (instance->m_pLog != nullptr)
+            instance->m_pLog->WriteDebug("[%s] exception msg(%s)", "getInstance", e->GetMessage());
+        delete e;
+    }
+    return instance;
+}
+
+void EventHandler::DestroyInstance() {
+    std::lock_guard<std::mutex> guard(g_instanceLock);
+    EventHandler* instance = m_pInstance.exchange(nullptr);
+    delete instance;
+}
+
+int EventHandler::Register(EventHost* host) {
+    if (host == nullptr)
+        return -1;
+    CSingleLock guard(&m_section);
+    {
+        // A host listed twice would be served twice, and a threaded one
+        // would have its gate taken twice by the dispatcher, which would
+        // then wait on itself.
+        Guard lists(m_pCoordination->lock);
+        if (indexOf(m_pTmpHosts, host) >= 0 || indexOf(m_pHosts, host) >= 0)
+            return host->getId();
+    }
+    if (m_pLog != nullptr)
+        m_pLog->WriteDebug("%s host[%d][%s] is registered", "[EventHandler::Register]",
+                           host->getId(), host->getName());
+    {
+        Guard lists(m_pCoordination->lock);
+        m_pTmpHosts->Add(host);
+        m_pCoordination->pendingHosts.fetch_add(1);
+    }
+    return host->getId();
+}
+
+int EventHandler::UnRegister(EventHost* host) {
+    if (host == nullptr)
+        return -1;
+    Coordination& c = *m_pCoordination;
+    const bool onDispatcher = t_dispatcher == this;
+    {
+        CSingleLock guard(&m_section);
+        bool gated = false;
+        {
+            Guard lists(c.lock);
+            const int index = indexOf(m_pHosts, host);
+            if (index < 0)
+                return -1;
+            m_pHosts->RemoveAt(index);
+            if (c.broadcastEnd >= 0) {
+                // The hosts after it move down one place.
+                if (index < c.broadcastNext)
+                    --c.broadcastNext;
+                if (index < c.broadcastEnd)
+                    --c.broadcastEnd;
+            }
+            gated = host->getMutex() != nullptr && !c.runEnded;
+            if (gated && !onDispatcher) {
+                c.gatesToOpen.push_back(host);
+                c.gatesRequested.store(true);
+            }
+        }
+        // Releases a host thread blocked in WaitMessage, so that it can see
+        // its stop flag. The gate is opened by the thread that holds it: at
+        // once when that is the caller, otherwise in the dispatcher's next
+        // step (waited for below).
+        if (gated && onDispatcher)
+            host->getMutex()->Unlock();
+        // The registration tag, not an unregistration tag: existing log
+        // filters look for this one.
+        if (m_pLog != nullptr)
+            m_pLog->WriteDebug("%s host[%d][%s] is un-registered", "[EventHandler::Register]",
+                               host->getId(), host->getName());
+    }
+    if (!onDispatcher) {
+        // Outside the section, which a handler may need meanwhile.
+        std::unique_lock<ListLock> lists(c.lock);
+        c.changed.wait(lists, [&] {
+            return c.delivering != host &&
+                   std::find(c.gatesToOpen.begin(), c.gatesToOpen.end(), host) ==
+                       c.gatesToOpen.end();
+        });
+    }
+    return 0;
+}
+
+int EventHandler::SendEventMsg(EventMessage* message) {
+    CSingleLock guard(&m_section);
+    try {
+        if (message == nullptr)
+            throw new EventException("Cannot Send Event", 7301);
+        EventMessage* copy = message->Clone();
+        Guard queue(m_pCoordination->queueLock);
+        m_pQueue->Add(copy);
+    } catch (EventException*) {
+        throw;
+    } catch (Vemlo::Common::Exception* e) {
+        String text;
+        text.Format("Cannot Send Event [%s]", e->GetMessage());
+        delete e;
+        throw new EventException(text.c_str(), 7301);
+    } catch (abi::__forced_unwind&) {
+        throw; // the calling thread is being cancelled
+    } catch (const std::exception& e) {
+        String text;
+        text.Format("Cannot Send Event [%s]", e.what());
+        throw new EventException(text.c_str(), 7301);
+    } catch (...) {
+        throw new EventException("Cannot Send Event", 7301);
+    }
+    return 0;
+}
+
+EventHost* EventHandler::FindHost(int id) {
+    Found found = Found::No;
+    EventHost* result = nullptr;
+    {
+        Guard lists(m_pCoordination->lock);
+        const int count = m_pHosts->Count();
+        for (int i = 0; i < count; ++i) {
+            EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
+            if (host == nullptr) {
+                found = Found::NullEntry;
+                break;
+            }
+            if (host->getId() == id) {
+                found = Found::Yes;
+                result = host;
+                break;
+            }
+        }
+    }
+    if (m_pLog != nullptr) {
+        if (found == Found::NullEntry)
+            m_pLog->WriteError("[EventHandler::findhost] host is NULL");
+        else if (found == Found::No)
+            m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindHost]");
+    }
+    return result;
+}
+
+EventHost* EventHandler::FindTmpHost(int id) {
+    Found found = Found::No;
+    EventHost* result = nullptr;
+    {
+        Guard lists(m_pCoordination->lock);
+        const int count = m_pTmpHosts->Count();
+        for (int i = 0; i < count; ++i) {
+            EventHost* host = static_cast<EventHost*>(m_pTmpHosts->At(i));
+            if (host == nullptr) {
+                found = Found::NullEntry;
+                break;
+            }
+            if (host->getId() == id) {
+                found = Found::Yes;
+                result = host;
+                break;
+            }
+        }
+    }
+    if (m_pLog != nullptr) {
+        if (found == Found::NullEntry)
+            m_pLog->WriteError("[EventHandler::FindTmpHost] host is NULL");
+        else if (found == Found::No)
+            m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindTmpHost]");
+    }
+    return result;
+}
+
+EventHost* EventHandler::FindHost(const char* name) {
+    const char* wanted = name ? name : "";
+    bool nullEntry = false;
+    EventHost* result = nullptr;
+    {
+        Guard lists(m_pCoordination->lock);
+        const int count = m_pHosts->Count();
+        for (int i = 0; i < count; ++i) {
+            EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
+            if (host == nullptr) {
+                nullEntry = true;
+                break;
+            }
+            if (std::strcmp(host->getName(), wanted) == 0) {
+                result = host;
+                break;
+            }
+        }
+    }
+    if (nullEntry && m_pLog != nullptr)
+        m_pLog->WriteError("[EventHandler::FindHost] host is NULL");
+    return result;
+}
+
+int EventHandler::FindHostID(const char* name) {
+    const char* wanted = name ? name : "";
+    int result = -1;
+    bool nullEntry = false;
+    {
+        Guard lists(m_pCoordination->lock);
+        const int count = m_pHosts->Count();
+        for (int i = 0; i < count; ++i) {
+            EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
+            if (host == nullptr) {
+                nullEntry = true;
+                result = 0;
+                break;
+            }
+            if (std::strcmp(host->getName(), wanted) == 0) {
+                result = host->getId();
+                break;
+            }
+        }
+    }
+    if (nullEntry && m_pLog != nullptr)
+        m_pLog->WriteError("[EventHandler::FindHostID] host is NULL");
+    return result;
+}
+
+int EventHandler::CatchUpMutex() {
+    Coordination& c = *m_pCoordination;
+    // Gates of hosts unregistered earlier are opened first: such a host may
+    // be among the pending ones again, and its gate is taken anew below.
+    if (c.gatesRequested.load())
+        openRequestedGates();
+
+    EventMessage* startup = nullptr;
+    for (;;) {
+        EventHost* host;
+        {
+            Guard lists(c.lock);
+            if (m_pTmpHosts->Count() == 0)
+                break;
+            host = static_cast<EventHost*>(m_pTmpHosts->At(0));
+        }
+        if (startup == nullptr)
+            startup = new EventMessage(0, 9999, "initialize event", nullptr, nullptr, nullptr);
+        if (host == nullptr) {
+            if (m_pLog != nullptr)
+                m_pLog->WriteError("[EventHandler::CatchUpMutex] host is NULL");
+            break;
+        }
+        startup->setTargetId(host->getId());
+        if (host->getMutex() != nullptr)
+            Gate::take(host->getMutex()); // the dispatcher holds the gate now
+        if (m_pLog != nullptr)
+            m_pLog->WriteDebug("[EventHandler::CatchUpMutex] catchup mutex[%s]", host->getName());
+        {
+            // One step for UnRegister: the host is in exactly one list.
+            Guard lists(c.lock);
+            m_pTmpHosts->RemoveAt(0);
+            m_pHosts->Add(host);
+            c.pendingHosts.fetch_sub(1);
+        }
+        try {
+            SendEventMsg(startup);
+        } catch (...) {
+            delete startup;
+            throw;
+        }
+    }
+    delete startup;
+    return 0;
+}
+
+int EventHandler::FireEvent() {
+    Coordination& c = *m_pCoordination;
+    auto caughtUp = std::chrono::steady_clock::now();
+    // The next head, read by dropHead while it had the queue anyway.
+    Head next;
+    for (;;) {
+        EventMessage* message;
+        if (next.known) {
+            message = next.message;
+            next.known = false;
+            if (message == nullptr && next.empty)
+                return 0;
+        } else {
+            Guard queue(c.queueLock);
+            message = static_cast<EventMessage*>(m_pQueue->At(0));
+            if (message == nullptr && m_pQueue->Count() == 0)
+                return 0;
+        }
+        if (message == nullptr) {
+            if (m_pLog != nullptr)
+                m_pLog->WriteError("[EventHandler::FireEvent] Message is NULL ");
+            return 0;
+        }
+
+        try {
+            const int target = message->getTargetId();
+            if (target == 0) {
+                if (!broadcast(message)) {
+                    if (m_pLog != nullptr)
+                        m_pLog->WriteError("[EventHandler::FireEvent] Event Host is NULL ");
+                    return 0;
+                }
+            } else {
+                bool nullEntry = false;
+                EventHost* host = takeTarget(target, nullEntry);
+                if (host != nullptr) {
+                    host->OnRecvMessage(message);
+                    deliveryDone(false);
+                } else {
+                    if (m_pLog != nullptr) {
+                        if (nullEntry)
+                            m_pLog->WriteError("[EventHandler::findhost] host is NULL");
+                        else
+                            m_pLog->WriteDebug("%s  can not find the host ",
+                                               "[EventHandler::FindHost]");
+                    }
+                    Found pending;
+                    {
+                        Guard lists(c.lock);
+                        pending = findById(m_pTmpHosts, target);
+                    }
+                    if (pending == Found::Yes) {
+                        // Not caught up yet: the message is dropped and the
+                        // pass ends.
+                        if (m_pLog != nullptr)
+                            m_pLog->WriteDebug(
+                                "[EventHandler::FireEvent] host is NULL and not find host");
+                        dropHead(message, next);
+                        return 0;
+                    }
+                    if (m_pLog != nullptr) {
+                        if (pending == Found::NullEntry)
+                            m_pLog->WriteError("[EventHandler::FindTmpHost] host is NULL");
+                        else
+                            m_pLog->WriteDebug("%s  can not find the host ",
+                                               "[EventHandler::FindTmpHost]");
+                        m_pLog->WriteDebug("[EventHandler::FireEvent] not find hostid(%d)", target);
+                    }
+                }
+            }
+            dropHead(message, next);
+        } catch (Vemlo::Common::Exception* e) {
+            // The message stays at the head: it is delivered again in the
+            // next pass.
+            deliveryDone(true);
+            if (m_pLog != nullptr)
+                m_pLog->WriteError("[EventHandler::FireEvent] CATCH: %s", e->GetMessage());
+            delete e;
+            return 0;
+        } catch (...) {
+            deliveryDone(true);
+            if (m_pLog != nullptr)
+                m_pLog->WriteError("[EventHandler::FireEvent] CATCH: ...");
+            return 0;
+        }
+        if (c.gatesRequested.load())
+            openRequestedGates();
+        if (c.pendingHosts.load() > 0 &&
+            std::chrono::steady_clock::now() - caughtUp >= kCatchUpUnderLoad) {
+            catchUpSafely();
+            caughtUp = std::chrono::steady_clock::now();
+        }
+    }
+}
+
+int EventHandler::getQueuedCount() {
+    Guard queue(m_pCoordination->queueLock);
+    return m_pQueue->Count();
+}
+
+bool EventHandler::broadcast(EventMessage* message) {
+    Coordination& c = *m_pCoordination;
+    {
+        Guard lists(c.lock);
+        c.broadcastNext = 0;
+        c.broadcastEnd = m_pHosts->Count();
+    }
+    for (;;) {
+        EventHost* host;
+        {
+            Guard lists(c.lock);
+            if (c.broadcastNext >= c.broadcastEnd) {
+                c.broadcastNext = c.broadcastEnd = -1;
+                return true;
+            }
+            host = static_cast<EventHost*>(m_pHosts->At(c.broadcastNext));
+            if (host == nullptr) {
+                c.broadcastNext = c.broadcastEnd = -1;
+                return false;
+            }
+            ++c.broadcastNext;
+            c.delivering = host;
+        }
+        host->OnRecvMessage(message);
+        deliveryDone(false);
+        if (c.gatesRequested.load())
+            openRequestedGates();
+    }
+}
+
+void EventHandler::catchUpSafely() {
+    try {
+        CatchUpMutex();
+    } catch (Vemlo::Common::Exception* e) {
+        // The start-up event could not be queued; the host is active anyway.
+        // The loop must go on.
+        if (m_pLog != nullptr)
+            m_pLog->WriteError("[EventHandler::CatchUpMutex] %s", e->GetMessage());
+        delete e;
+    } catch (...) {
+    }
+}
+
+void EventHandler::openRequestedGates() {
+    Coordination& c = *m_pCoordination;
+    {
+        Guard lists(c.lock);
+        for (EventHost* host : c.gatesToOpen)
+            host->getMutex()->Unlock();
+        c.gatesToOpen.clear();
+        c.gatesRequested.store(false);
+    }
+    c.changed.notify_all();
+}
+
+EventHost* EventHandler::takeTarget(int id, bool& nullEntry) {
+    Coordination& c = *m_pCoordination;
+    Guard lists(c.lock);
+    // Every list call passes the list's semaphore, so the walk reads items
+    // until it finds the host and counts only when it meets a null, to tell a
+    // null entry from the end of the list.
+    for (int i = 0;; ++i) {
+        EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
+        if (host == nullptr) {
+            nullEntry = i < m_pHosts->Count();
+            return nullptr;
+        }
+        // The first host with the id wins, also when the id counter wrapped
+        // and two hosts share it.
+        if (host->getId() == id) {
+            c.delivering = host;
+            return host;
+        }
+    }
+}
+
+void EventHandler::deliveryDone(bool endBroadcast) {
+    Coordination& c = *m_pCoordination;
+    {
+        Guard lists(c.lock);
+        c.delivering = nullptr;
+        if (endBroadcast)
+            c.broadcastNext = c.broadcastEnd = -1;
+    }
+    c.changed.notify_all();
+}
+
+void EventHandler::dropHead(EventMessage* head, Head& next) {
+    {
+        // Only this thread removes from the queue, and senders never read
+        // the delete flag: switched off for the removal, the message is
+        // deleted below, after senders may append again.
+        Guard queue(m_pCoordination->queueLock);
+        m_pQueue->setDeleteFlag(false);
+        m_pQueue->RemoveAt(0);
+        m_pQueue->setDeleteFlag(true);
+        next.message = static_cast<EventMessage*>(m_pQueue->At(0));
+        next.empty = next.message == nullptr && m_pQueue->Count() == 0;
+        next.known = true;
+    }
+    delete head;
+}
+
+} // namespace Event
+} // namespace Vemlo

@@ -1,0 +1,171 @@
+//===- State/StateMachineTest.cpp - Event-driven state machine ------------===//
+#include "Event/EventTestKit.h"
+#include "support/SyslogSink.h"
+#include "support/TestConfig.h"
+
+#include <stdexcept>
+
+#include <syslog.h>
+
+using EventTestKit::Recorder;
+using EventTestKit::send;
+using EventTestKit::waitFor;
+using std::chrono::milliseconds;
+using Vemlo::Event::EventHandler;
+using Vemlo::Event::EventMessage;
+using Vemlo::State::LogElement;
+using Vemlo::State::StateMachine;
+using Vemlo::State::StateUnit;
+using Vemlo::State::Transition;
+
+namespace {
+
+constexpr milliseconds kLimit(10000);
+enum { EV_START = 1, EV_FINISH = 2, EV_AGAIN = 3, EV_OTHER = 7 };
+
+// What the entry callbacks saw.
+std::atomic<int> g_entries{0};
+std::atomic<int> g_lastEntryEvent{0};
+std::atomic<void*> g_lastMachine{nullptr};
+std::atomic<StateUnit*> g_lastState{nullptr};
+
+void onEntry(EventMessage* m, void* machine, StateUnit* state) {
+    g_lastEntryEvent = m->getEventId();
+    g_lastMachine = machine;
+    g_lastState = state;
+    g_entries.fetch_add(1);
+}
+
+std::atomic<int> g_failure{0}; // which kind of failure the callback throws
+void failing(EventMessage*, void*, StateUnit*) {
+    switch (g_failure.load()) {
+    case 0:
+        throw new Vemlo::Common::Exception("broken", 9);
+    case 1:
+        throw std::runtime_error("std broken");
+    default:
+        throw 5;
+    }
+}
+
+class StateMachineTest : public testing::Test {
+protected:
+    void SetUp() override { g_entries = 0; }
+    void TearDown() override {
+        EventHandler::DestroyInstance();
+        Vemlo::Log::Logger::DestroyLogger();
+    }
+    VemloTest::TestConfig m_config;
+    VemloTest::SyslogSink m_sink;
+    EventTestKit::Watchdog m_watchdog{milliseconds(60000)};
+};
+
+} // namespace
+
+TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineThroughItsStates) {
+    SYSLOG_SINK_OR_SKIP(m_sink);
+    StateUnit idle, running, done;
+    idle.name = "idle";
+    running.name = "running";
+    done.name = "done";
+    running.onEntry = &onEntry;
+    done.onEntry = &onEntry;
+    new Transition(&idle, &running, EV_START, nullptr);
+    new Transition(&running, &running, EV_AGAIN, nullptr); // to itself
+    new Transition(&running, &done, EV_FINISH, nullptr);
+
+    EventHandler* events = EventHandler::getInstance();
+    StateMachine machine("machine");
+    machine.setCurrentState(&idle);
+    events->Register(&machine);
+    // The start-up event matches no transition; the machine stays idle.
+    ASSERT_TRUE(waitFor([&] { return machine.getState() == 1; }, kLimit));
+    ASSERT_TRUE(waitFor([&] { return events->FindHost(machine.getId()) == &machine; }, kLimit));
+    m_sink.drain();
+
+    const int id = machine.getId();
+    std::thread driver([id] {
+        send(id, EV_OTHER); // nothing to do
+        send(id, EV_START);
+        send(id, EV_AGAIN); // stays: no line, no entry callback
+        send(id, EV_FINISH);
+    });
+    driver.join();
+    ASSERT_TRUE(waitFor([] { return g_entries == 2; }, kLimit));
+    EXPECT_EQ(machine.getCurrentState(), &done);
+    EXPECT_EQ(g_lastEntryEvent, EV_FINISH);
+    EXPECT_EQ(g_lastMachine.load(), static_cast<void*>(&machine));
+    EXPECT_EQ(g_lastState.load(), &done);
+
+    VemloTest::SyslogRecord line;
+    ASSERT_TRUE(m_sink.next(line, kLimit));
+    EXPECT_EQ(line.text, "[DEBUG] [StateMachine::Run] move from [idle] state to [running] state");
+    EXPECT_EQ(line.priority, LOG_DEBUG);
+    ASSERT_TRUE(m_sink.next(line, kLimit));
+    EXPECT_EQ(line.text, "[DEBUG] [StateMachine::Run] move from [running] state to [done] state");
+
+    // Three steps recorded, the one to itself included; entry callbacks ran
+    // after the history was written, so it is complete here.
+    ASSERT_EQ(machine.getHistory()->Count(), 3);
+    const int expected[] = {EV_START, EV_AGAIN, EV_FINISH};
+    const StateUnit* entered[] = {&running, &running, &done};
+    for (int i = 0; i < 3; ++i) {
+        LogElement* step = dynamic_cast<LogElement*>(machine.getHistory()->At(i));
+        ASSERT_NE(step, nullptr);
+        EXPECT_EQ(step->getEventId(), expected[i]);
+        EXPECT_EQ(step->getState(), entered[i]);
+    }
+
+    EXPECT_EQ(events->UnRegister(&machine), 0);
+    m_sink.drain();
+}
+
+TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost) {
+    const char* const expectedText[] = {"[StateMachine::Run] Exception: [broken]\n",
+                                        "[StateMachine::Run] Exception: [std broken]\n"};
+    for (int kind = 0; kind < 3; ++kind) {
+        g_failure = kind;
+        StateUnit calm, broken;
+        calm.name = "calm";
+        broken.name = "broken";
+        broken.onEntry = &failing;
+        new Transition(&calm, &broken, EV_START, nullptr);
+
+        EventHandler* events = EventHandler::getInstance();
+        Recorder listener("listener");
+        ASSERT_TRUE(EventTestKit::registerAndWait(&listener, [&] { return listener.count() == 1; }));
+        std::unique_ptr<StateMachine> machine(new StateMachine("fragile"));
+        machine->setCurrentState(&calm);
+        events->Register(machine.get());
+        ASSERT_TRUE(
+            waitFor([&] { return events->FindHost(machine->getId()) == machine.get(); }, kLimit));
+
+        testing::internal::CaptureStdout();
+        send(machine->getId(), EV_START);
+        // The machine's thread ends after it unregistered itself.
+        const bool ended = waitFor([&] { return machine->getState() == 2; }, kLimit);
+        if (kind < 2) {
+            EXPECT_TRUE(waitFor([&] { return listener.got(1001); }, kLimit));
+        }
+        const std::string out = testing::internal::GetCapturedStdout();
+        ASSERT_TRUE(ended) << "kind " << kind;
+        EXPECT_EQ(events->FindHost(machine->getId()), nullptr);
+        if (kind < 2) {
+            EXPECT_EQ(out, expectedText[kind]);
+            EventTestKit::Received error = listener.received().back();
+            EXPECT_EQ(error.eventId, 1001);
+            EXPECT_EQ(error.target, 0); // to every host
+            EXPECT_EQ(error.text, expectedText[kind]);
+        } else {
+            EXPECT_EQ(out, "error --- ");
+            std::this_thread::sleep_for(milliseconds(20));
+            EXPECT_FALSE(listener.got(1001));
+        }
+        EXPECT_EQ(machine->getCurrentState(), &broken);
+        // Other hosts are still served: the dispatcher did not stall.
+        send(listener.getId(), 42);
+        EXPECT_TRUE(waitFor([&] { return listener.got(42); }, kLimit));
+        machine.reset();
+        EXPECT_EQ(events->UnRegister(&listener), 0);
+    }
+}
