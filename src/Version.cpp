@@ -115,54 +115,32 @@ int Version::operator==(const Version& other) const {
 
 int Version::operator!=(const Version& other) const { return *this == other ? 0 : 1; }
 
-int Version::operator>(const Version& other) const {
-    const int k = getCount();
-    if (k != other.getCount())
-        return 0;
-    for (int i = 0; i < k; ++i) {
-        const long a = component(i), b = other.component(i);
-        if (a != b)
-            return a > b ? 1 : 0;
-    }
-    return 0;
-}
+int Version::operator>(const Version& other) const { return Order(other) == 1 ? 1 : 0; }
 
-int Version::operator<(const Version& other) const {
-    const int k = getCount();
-    if (k != other.getCount())
-        return 0;
-    for (int i = 0; i < k; ++i) {
-        const long a = component(i), b = other.component(i);
-        if (a != b)
-            return a < b ? 1 : 0;
-    }
-    return 0;
-}
+int Version::operator<(const Version& other) const { return Order(other) == -1 ? 1 : 0; }
 
+// Equal up to the last position gives 1; two versions without components give
+// 0, unlike ==, as callers have always had it.
 int Version::operator>=(const Version& other) const {
-    const int k = getCount();
-    if (k != other.getCount())
-        return 0;
-    for (int i = 0; i < k; ++i) {
-        const long a = component(i), b = other.component(i);
-        if (a != b)
-            return a > b ? 1 : 0;
-    }
-    // Equal up to the last position gives 1; two versions without components
-    // give 0, unlike ==, as callers have always had it.
-    return k > 0 ? 1 : 0;
+    const int order = Order(other);
+    return order == 1 || (order == 0 && getCount() > 0) ? 1 : 0;
 }
 
 int Version::operator<=(const Version& other) const {
+    const int order = Order(other);
+    return order == -1 || (order == 0 && getCount() > 0) ? 1 : 0;
+}
+
+int Version::Order(const Version& other) const {
     const int k = getCount();
     if (k != other.getCount())
-        return 0;
+        return 2;
     for (int i = 0; i < k; ++i) {
         const long a = component(i), b = other.component(i);
         if (a != b)
-            return a < b ? 1 : 0;
+            return a > b ? 1 : -1;
     }
-    return k > 0 ? 1 : 0;
+    return 0;
 }
 
 long Version::component(int n) const {

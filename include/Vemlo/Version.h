@@ -88,6 +88,9 @@ public:
     int operator<=(const Version& other) const;
 
 private:
+    // 1 or -1 at the first component that differs, 0 when all are equal, 2
+    // when the component counts differ (never ordered).
+    int Order(const Version& other) const;
     // The component at position `n` as a number.
     long component(int n) const;
     // Adds or replaces component `position` with `value`.

@@ -110,14 +110,18 @@ constexpr std::chrono::milliseconds kCatchUpUnderLoad(10);
 // Where a host was found in a list.
 enum class Found { No, Yes, NullEntry };
 
-Found findById(ArrayList* list, int id) {
+// The host found, if any, goes to *found. Callers hold the lists' lock.
+Found findById(ArrayList* list, int id, EventHost** found = nullptr) {
     const int count = list->Count();
     for (int i = 0; i < count; ++i) {
         EventHost* host = static_cast<EventHost*>(list->At(i));
         if (host == nullptr)
             return Found::NullEntry;
-        if (host->getId() == id)
+        if (host->getId() == id) {
+            if (found)
+                *found = host;
             return Found::Yes;
+        }
     }
     return Found::No;
 }
@@ -318,23 +322,11 @@ int EventHandler::SendEventMsg(EventMessage* message) {
 }
 
 EventHost* EventHandler::FindHost(int id) {
-    Found found = Found::No;
     EventHost* result = nullptr;
+    Found found;
     {
         Guard lists(m_pCoordination->lock);
-        const int count = m_pHosts->Count();
-        for (int i = 0; i < count; ++i) {
-            EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
-            if (host == nullptr) {
-                found = Found::NullEntry;
-                break;
-            }
-            if (host->getId() == id) {
-                found = Found::Yes;
-                result = host;
-                break;
-            }
-        }
+        found = findById(m_pHosts, id, &result);
     }
     if (m_pLog != nullptr) {
         if (found == Found::NullEntry)
@@ -346,23 +338,11 @@ EventHost* EventHandler::FindHost(int id) {
 }
 
 EventHost* EventHandler::FindTmpHost(int id) {
-    Found found = Found::No;
     EventHost* result = nullptr;
+    Found found;
     {
         Guard lists(m_pCoordination->lock);
-        const int count = m_pTmpHosts->Count();
-        for (int i = 0; i < count; ++i) {
-            EventHost* host = static_cast<EventHost*>(m_pTmpHosts->At(i));
-            if (host == nullptr) {
-                found = Found::NullEntry;
-                break;
-            }
-            if (host->getId() == id) {
-                found = Found::Yes;
-                result = host;
-                break;
-            }
-        }
+        found = findById(m_pTmpHosts, id, &result);
     }
     if (m_pLog != nullptr) {
         if (found == Found::NullEntry)
