@@ -11,35 +11,14 @@ using PublicFamily =
                    Vemlo::Config::ConfigurationException, Vemlo::Common::Xml::XmlException>;
 TYPED_TEST_SUITE(ExceptionFamilyTest, PublicFamily);
 
-TYPED_TEST(ExceptionFamilyTest, ConstructorsSettersAndThrowConvention) {
-    TypeParam plain;
-    EXPECT_STREQ(plain.GetMessage(), "");
-    EXPECT_EQ(plain.GetCode(), 0);
-
-    TypeParam fromNull(nullptr);
-    EXPECT_STREQ(fromNull.GetMessage(), "");
+TYPED_TEST(ExceptionFamilyTest, NullMessagesReadEmptyAndPointersThrowThroughTheBase) {
     TypeParam withCode(nullptr, 7);
     EXPECT_STREQ(withCode.GetMessage(), "");
     EXPECT_EQ(withCode.GetCode(), 7);
-
-    TypeParam edited("first");
-    EXPECT_EQ(edited.GetCode(), 0);
-    edited.SetMessage("second");
-    edited.SetCode(-1);
-    EXPECT_STREQ(edited.GetMessage(), "second");
-    EXPECT_EQ(edited.GetCode(), -1);
-    edited.SetMessage(nullptr);
-    EXPECT_STREQ(edited.GetMessage(), "");
-
-    TypeParam copy(TypeParam("copied", 3));
-    EXPECT_STREQ(copy.GetMessage(), "copied");
-    EXPECT_EQ(copy.GetCode(), 3);
-
-    // Thrown as a pointer, caught through the base, deleted through it.
-    String message;
-    message.Format("Thread %s Error", "Stop");
+    withCode.SetMessage(nullptr);
+    EXPECT_STREQ(withCode.GetMessage(), "");
     try {
-        throw new TypeParam(message.c_str(), 7222);
+        throw new TypeParam("Thread Stop Error", 7222);
     } catch (Exception* e) {
         EXPECT_EQ(typeid(*e), typeid(TypeParam));
         EXPECT_STREQ(e->GetMessage(), "Thread Stop Error");
@@ -51,7 +30,6 @@ TYPED_TEST(ExceptionFamilyTest, ConstructorsSettersAndThrowConvention) {
 TEST(ExceptionTest, PropertyExceptionEscapesHandlersForTheBase) {
     using Vemlo::Data::Properties::PropertyException;
     bool caughtByBase = false;
-    bool caughtByName = false;
     try {
         try {
             throw new PropertyException("Cannot Load Property File", 201);
@@ -60,10 +38,8 @@ TEST(ExceptionTest, PropertyExceptionEscapesHandlersForTheBase) {
             delete e;
         }
     } catch (PropertyException* e) {
-        caughtByName = true;
         delete e;
     }
     EXPECT_FALSE(caughtByBase);
-    EXPECT_TRUE(caughtByName);
     EXPECT_FALSE((std::is_convertible<PropertyException*, Exception*>::value));
 }

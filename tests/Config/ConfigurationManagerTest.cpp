@@ -35,11 +35,8 @@ VemloTest::TestConfig* ConfigurationManagerTest::s_config = nullptr;
 TEST_F(ConfigurationManagerTest, OneManagerReadsEachFileOfTheWorkingDirectoryOnce) {
     ConfigurationManager* manager = ConfigurationManager::GetManager();
     EXPECT_EQ(ConfigurationManager::GetManager(), manager);
-    EXPECT_EQ(manager->getFolderPath(), String(folder().c_str()));
     IProperty* defaults = manager->getInstance();
     ASSERT_NE(defaults, nullptr);
-    EXPECT_STREQ(defaults->getValue("Base.Log.Level"), "DEBUG");
-    EXPECT_EQ(defaults->getIntValue("Base.Log.BackupRange"), 5);
     EXPECT_STREQ(defaults->getValue("App.Name"), "demo");
     EXPECT_EQ(manager->getInstanceFromQ("default"), defaults);
 
@@ -67,7 +64,6 @@ TEST_F(ConfigurationManagerTest, FilesThatCannotBeLoadedGive7201) {
     };
     ExpectThrown<ConfigurationException>([&] { manager->getInstance("no/such"); }, 7201,
                                          cause(folder() + "no/such.config", "Cannot Load Property File").c_str());
-    EXPECT_EQ(manager->getInstanceFromQ("no/such"), nullptr);
     ExpectThrown<ConfigurationException>([&] { manager->BuildProperty(nullptr, 0); }, 7201,
                                          cause("", "FIlename is NULL").c_str());
 

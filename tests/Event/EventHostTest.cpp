@@ -7,15 +7,13 @@
 #include <vector>
 
 using Vemlo::Event::EventHost;
-using Vemlo::Event::EventMessage;
 
 namespace {
 
 // The smallest host: no log, no thread.
-class Bare : public EventHost {
-public:
+struct Bare : EventHost {
     explicit Bare(const char* name) : EventHost(name) {}
-    int OnRecvMessage(EventMessage*) override { return 0; }
+    int OnRecvMessage(Vemlo::Event::EventMessage*) override { return 0; }
 };
 
 } // namespace
@@ -26,17 +24,12 @@ TEST(EventHostTest, IdsRunFromOneToOneThousandAndThenWrap) {
     for (int i = 0; i < 1001; ++i)
         hosts.emplace_back(new Bare("host"));
     EXPECT_EQ(hosts[0]->getId(), 1);
-    EXPECT_EQ(hosts[1]->getId(), 2);
-    EXPECT_EQ(hosts[998]->getId(), 999);
     EXPECT_EQ(hosts[999]->getId(), 1000);
     // The 1001st host shares id 1 with the first, which still lives.
     EXPECT_EQ(hosts[1000]->getId(), 1);
     EXPECT_EQ(EventHost::ID_ORDER.load(), 1);
-
-    EXPECT_STREQ(hosts[0]->getName(), "host");
     EXPECT_EQ(hosts[0]->getMutex(), nullptr); // no thread, no gate
-    Bare unnamed(nullptr);
-    EXPECT_STREQ(unnamed.getName(), "");
+    EXPECT_STREQ(Bare(nullptr).getName(), "");
 }
 
 TEST(EventHostTest, HostsMadeOnSeveralThreadsGetDistinctIds) {
@@ -49,11 +42,11 @@ TEST(EventHostTest, HostsMadeOnSeveralThreadsGetDistinctIds) {
             for (int i = 0; i < kEach; ++i)
                 ids[t].push_back(Bare("h").getId());
         });
-    for (std::thread& t : threads)
-        t.join();
     std::set<int> all;
-    for (const std::vector<int>& some : ids)
-        all.insert(some.begin(), some.end());
+    for (int t = 0; t < kThreads; ++t) {
+        threads[t].join();
+        all.insert(ids[t].begin(), ids[t].end());
+    }
     EXPECT_EQ(all.size(), static_cast<size_t>(kThreads * kEach));
     EXPECT_EQ(*all.begin(), 1);
     EXPECT_EQ(*all.rbegin(), kThreads * kEach);

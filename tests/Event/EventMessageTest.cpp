@@ -13,53 +13,27 @@ struct Carried : Vemlo::Data::Object {
 
 } // namespace
 
-TEST(EventMessageTest, ConstructorsSetTheSixValuesInTheirPlaces) {
-    EventMessage empty;
-    EXPECT_EQ(empty.getTargetId(), 0);
-    EXPECT_EQ(empty.getEventId(), 0);
-    EXPECT_STREQ(empty.getText(), "");
-    EXPECT_EQ(empty.getParam1(), nullptr);
-    EXPECT_EQ(empty.getParam2(), nullptr);
-    EXPECT_EQ(empty.getParam3(), nullptr);
-    EXPECT_EQ(empty.getExtraValues()->getCount(), 0);
-
-    int a = 0, b = 0, c = 0;
-    // Target first, event id second: the argument order of the interface.
-    EventMessage m(7, 42, "door open", &a, &b, &c);
-    EXPECT_EQ(m.getTargetId(), 7);
-    EXPECT_EQ(m.getEventId(), 42);
-    EXPECT_STREQ(m.getText(), "door open");
-    EXPECT_EQ(m.getParam1(), &a);
-    EXPECT_EQ(m.getParam2(), &b);
-    EXPECT_EQ(m.getParam3(), &c);
-
-    EventMessage nullText(1, 2, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_STREQ(nullText.getText(), "");
-}
-
-TEST(EventMessageTest, CloneSharesTheCarriedObjectsAndNeverDeletesThem) {
+TEST(EventMessageTest, CloneCopiesTheValuesAndSharesTheCarriedObjectsWithoutDeletingThem) {
+    EXPECT_STREQ(EventMessage().getText(), "");
+    EXPECT_STREQ(EventMessage(1, 2, nullptr, nullptr, nullptr, nullptr).getText(), "");
     g_deleted = 0;
     Carried first, second;
-    int p = 0;
-    EventMessage* original = new EventMessage(3, 9, "text", &p, nullptr, &p);
+    int a = 0, c = 0;
+    // Target first, event id second: the argument order of the interface.
+    EventMessage* original = new EventMessage(3, 9, "text", &a, nullptr, &c);
     original->getExtraValues()->Add(&first);
     original->getExtraValues()->Add(&second);
-
     EventMessage* clone = original->Clone();
-    ASSERT_NE(clone, nullptr);
     ASSERT_NE(clone, original);
     EXPECT_EQ(clone->getTargetId(), 3);
     EXPECT_EQ(clone->getEventId(), 9);
     EXPECT_STREQ(clone->getText(), "text");
-    EXPECT_EQ(clone->getParam1(), &p);
+    EXPECT_EQ(clone->getParam1(), &a);
     EXPECT_EQ(clone->getParam2(), nullptr);
-    EXPECT_EQ(clone->getParam3(), &p);
-    // The same two objects, in order, not copies.
-    ASSERT_EQ(clone->getExtraValues()->Count(), 2);
+    EXPECT_EQ(clone->getParam3(), &c);
+    ASSERT_EQ(clone->getExtraValues()->Count(), 2); // the same two objects, in order
     EXPECT_EQ(clone->getExtraValues()->At(0), &first);
     EXPECT_EQ(clone->getExtraValues()->At(1), &second);
-
-    // Deleting either message deletes neither object.
     delete clone;
     delete original;
     EXPECT_EQ(g_deleted, 0);
@@ -70,7 +44,6 @@ TEST(EventMessageTest, CopyOverwritesTheValuesAndAppendsTheExtras) {
     int p = 0;
     EventMessage source(5, 77, "from", nullptr, &p, nullptr);
     source.getExtraValues()->Add(&mine);
-
     EventMessage destination(1, 2, "to", &p, nullptr, &p);
     destination.getExtraValues()->Add(&theirs);
 

@@ -13,13 +13,13 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <cstdio>
-#include <cstdlib>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <unistd.h>
 
 // The dispatcher holds the gates of all idle threaded hosts and takes each
 // back after a delivery, so ThreadSanitizer's lock-order graph sees every
@@ -49,39 +49,13 @@ template <class Pred> bool waitFor(Pred done, milliseconds limit) {
     return true;
 }
 
-// Ends the program (abort) when not disarmed within `limit`: a hang in the
-// code under test becomes a failed test instead of a stuck run.
-class Watchdog {
-public:
-    explicit Watchdog(milliseconds limit, const char* what = "test")
-        : m_thread([this, limit, what] {
-              std::unique_lock<std::mutex> guard(m_lock);
-              if (!m_done.wait_for(guard, limit, [this] { return m_disarmed; })) {
-                  std::fprintf(stderr, "watchdog: %s still running after %lld ms\n", what,
-                               static_cast<long long>(limit.count()));
-                  std::fflush(stderr);
-                  std::abort();
-              }
-          }) {}
-    ~Watchdog() {
-        {
-            std::lock_guard<std::mutex> guard(m_lock);
-            m_disarmed = true;
-        }
-        m_done.notify_all();
-        m_thread.join();
-    }
-    Watchdog(const Watchdog&) = delete;
-    Watchdog& operator=(const Watchdog&) = delete;
-
-private:
-    std::mutex m_lock;
-    std::condition_variable m_done;
-    bool m_disarmed = false;
-    std::thread m_thread;
+// Ends the program (SIGALRM) when it still runs after `seconds`: a hang in
+// the code under test becomes a failed test instead of a stuck run.
+struct Watchdog {
+    explicit Watchdog(unsigned seconds) { alarm(seconds); }
+    ~Watchdog() { alarm(0); }
 };
 
-// What a host received.
 struct Received {
     int target;
     int eventId;
@@ -89,38 +63,34 @@ struct Received {
     void* p1;
 };
 
-// A generic host that records every message (on the dispatcher's thread).
+// A generic host that records every message (on the dispatcher's thread),
+// then runs `hook` if set: to throw, to take its time or to act from inside
+// the dispatcher.
 class Recorder : public Vemlo::Event::EventHostGeneric {
 public:
     explicit Recorder(const char* name) : EventHostGeneric(name) {}
-
     int OnRecvMessage(Vemlo::Event::EventMessage* m) override {
         {
             std::lock_guard<std::mutex> guard(m_lock);
             m_received.push_back({m->getTargetId(), m->getEventId(), m->getText(), m->getParam1()});
         }
         m_count.fetch_add(1);
+        if (hook)
+            hook(m);
         return 0;
     }
-
     int count() const { return m_count.load(); }
     std::vector<Received> received() {
         std::lock_guard<std::mutex> guard(m_lock);
         return m_received;
     }
-    // Event ids received, in order.
-    std::vector<int> events() {
+    std::vector<int> events() { // event ids, in arrival order
         std::vector<int> ids;
         for (const Received& r : received())
             ids.push_back(r.eventId);
         return ids;
     }
-    bool got(int eventId) {
-        for (const Received& r : received())
-            if (r.eventId == eventId)
-                return true;
-        return false;
-    }
+    std::function<void(Vemlo::Event::EventMessage*)> hook;
 
 private:
     std::mutex m_lock;
@@ -128,14 +98,12 @@ private:
     std::atomic<int> m_count{0};
 };
 
-// Sends one message through the dispatcher.
 inline void send(int target, int eventId, const char* text = "", void* p1 = nullptr) {
     Vemlo::Event::EventMessage m(target, eventId, text, p1, nullptr, nullptr);
     Vemlo::Event::EventHandler::getInstance()->SendEventMsg(&m);
 }
 
-// Registers `host` and waits for its start-up event to be delivered (the
-// host is active then). `started` tells when it arrived.
+// Registers `host` and waits until `started` (its start-up event arrived).
 template <class Started>
 bool registerAndWait(Vemlo::Event::EventHost* host, Started started,
                      milliseconds limit = milliseconds(10000)) {

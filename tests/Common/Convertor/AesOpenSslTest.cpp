@@ -1,4 +1,4 @@
-//===- AesOpenSslTest.cpp - Aes against OpenSSL's libcrypto ---------------===//
+//===- AesOpenSslTest.cpp - Aes and RijnDaelEx against OpenSSL ------------===//
 #include "support/VemloTest.h"
 #include "Common/Convertor/CodecTestUtil.h"
 
@@ -8,6 +8,7 @@
 
 using namespace Vemlo::Common::Convertor;
 using CodecTest::Bytes;
+using Vemlo::Common::Cipher::RijnDaelEx;
 
 namespace {
 
@@ -76,5 +77,29 @@ TEST(AesOpenSslTest, EcbAndCbcAgreeForRandomKeysAndLengths) {
         Aes::AESCbcEncrypt(cipher.data(), result.data(), length, &dk, vector.data(), AES_DECRYPT_);
         result.resize(length);
         ASSERT_EQ(result, plain) << "length " << length;
+    }
+}
+
+// RijnDaelEx's own AES-128: Enc/Dec without chaining, a tail under 16 bytes
+// copied unchanged.
+TEST(AesOpenSslTest, RijnDaelExEncAndDecAgreeWithEcbForRandomKeys) {
+    std::mt19937 rng(128);
+    for (int i = 0; i < 1000; ++i) {
+        const Bytes key = CodecTest::RandomBytes(rng, 16);
+        const Bytes in = CodecTest::RandomBytes(rng, rng() % 201);
+        const auto length = static_cast<int>(in.size());
+        const auto whole = in.begin() + length / 16 * 16;
+        RijnDaelEx r;
+        r.SetKey(reinterpret_cast<const char*>(key.data()));
+        Bytes out(in.size()), back(in.size());
+        r.Enc(reinterpret_cast<const char*>(in.data()), reinterpret_cast<char*>(out.data()),
+              length);
+        r.Dec(reinterpret_cast<const char*>(in.data()), reinterpret_cast<char*>(back.data()),
+              length);
+        Bytes expected = OpenSsl(true, false, key, {}, Bytes(in.begin(), whole));
+        expected.insert(expected.end(), whole, in.end());
+        ASSERT_EQ(out, expected);
+        expected = OpenSsl(false, false, key, {}, Bytes(in.begin(), whole));
+        ASSERT_EQ(Bytes(back.begin(), back.begin() + (whole - in.begin())), expected);
     }
 }

@@ -5,14 +5,12 @@ using Vemlo::Data::BoxCollect::RespBox;
 
 TEST(RespBoxTest, CarriesAResultTextThatCopiesAndAssignmentTake) {
     RespBox response;
-    EXPECT_STREQ(response.GetResult(), "");
     response.SetResult(nullptr);
     EXPECT_STREQ(response.GetResult(), "");
     response.SetResult("done");
     response.Add("k", "v");
     RespBox copy(response);
     EXPECT_STREQ(copy.GetResult(), "done");
-    EXPECT_STREQ(copy.getValue("k"), "v");
 
     // Assignment copies the result only; the entries stay.
     RespBox other;

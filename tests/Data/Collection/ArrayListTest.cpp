@@ -29,30 +29,18 @@ int Section(int id, bool enter) {
 }
 
 // Runs `call` on another thread while the test holds the list's section:
-// `call` must wait (with `mustWait`; otherwise finish while it is held), and
-// finish once the section is released, leaving it free.
+// `call` must wait for it (with `mustWait`) or finish while it is held, and
+// leave the section free.
 template <class Call> void checkSection(int id, bool mustWait, Call call, const char* what) {
     ASSERT_EQ(Section(id, true), 0);
-    std::atomic<bool> done{false};
-    std::thread caller([&] {
-        call();
-        done = true;
-    });
-    if (mustWait) {
-        std::this_thread::sleep_for(50ms);
-        EXPECT_FALSE(done.load()) << what << " did not wait for the held section";
-        Section(id, false);
-    }
-    for (auto end = std::chrono::steady_clock::now() + 10s;
-         !done && std::chrono::steady_clock::now() < end;)
-        std::this_thread::sleep_for(1ms);
-    const bool finished = done;
+    auto caller = std::async(std::launch::async, call);
+    EXPECT_EQ(caller.wait_for(mustWait ? 50ms : 10s) == std::future_status::timeout, mustWait) << what;
+    Section(id, false);
+    const bool finished = caller.wait_for(10s) == std::future_status::ready;
     if (!finished)
         semctl(id, 0, SETVAL, 0); // free the caller so that the test ends instead of hanging
-    caller.join();
+    caller.wait();
     EXPECT_TRUE(finished) << what << " did not finish";
-    if (!mustWait)
-        Section(id, false);
     EXPECT_EQ(SemValue(id), 0) << what << " left the section held";
 }
 
@@ -69,26 +57,39 @@ private:
 
 } // namespace
 
-TEST(ArrayListTest, BadIndexesGiveResultsAndNullItemsAreKeptNeverDeleted) {
-    ArrayList list;
+TEST(ArrayListTest, BadIndexesAndNullItemsAreSafeAndTextItemsAreHashElements) {
     std::atomic<int> deaths{0};
-    list.Add(new CountingObject(deaths, 1));
+    ArrayList list;
     list.Add(static_cast<Object*>(nullptr));
-    for (int bad : {-1, 2}) {
+    list.Add("abc");
+    list.Add(new CountingObject(deaths));
+    list.Add(static_cast<Object*>(new HashElement("k", new CountingObject(deaths))));
+    for (int bad : {-1, 4}) {
         EXPECT_EQ(list.At(bad), nullptr);
         EXPECT_EQ(list.AtString(bad), nullptr);
         EXPECT_EQ(list.SetValueAtString(bad, "x"), -1);
         list.RemoveAt(bad);
     }
-    EXPECT_EQ(list.Count(), 2);
-    EXPECT_EQ(deaths, 0);
+    EXPECT_EQ(list.AtString(0), nullptr);
+    EXPECT_EQ(list.SetValueAtString(0, "x"), 0);
+    EXPECT_EQ(list.At(0), nullptr);
 
-    EXPECT_EQ(list.At(1), nullptr);
-    EXPECT_EQ(list.AtString(1), nullptr);
-    EXPECT_EQ(list.SetValueAtString(1, "x"), 0);
-    EXPECT_EQ(list.At(1), nullptr);
-    list.RemoveAt(1);
-    EXPECT_EQ(list.Count(), 1);
+    auto* element = dynamic_cast<HashElement*>(list.At(1));
+    ASSERT_NE(element, nullptr);
+    EXPECT_STREQ(element->getKey(), "");
+    EXPECT_EQ(list.SetValueAtString(1, "xyz"), 0);
+    EXPECT_STREQ(list.AtString(1), "xyz");
+    // Not a HashElement, or a HashElement holding an object: null, unchanged.
+    EXPECT_EQ(list.SetValueAtString(2, "x"), 0);
+    EXPECT_EQ(list.AtString(2), nullptr);
+    EXPECT_EQ(list.AtString(3), nullptr);
+    EXPECT_EQ(deaths, 0);
+    // Setting a text on an element that owns an object deletes the object.
+    EXPECT_EQ(list.SetValueAtString(3, "t"), 0);
+    EXPECT_EQ(deaths, 1);
+    EXPECT_STREQ(list.AtString(3), "t");
+    list.RemoveAt(0); // a null item is removed, never deleted
+    EXPECT_EQ(list.Count(), 3);
 }
 
 TEST(ArrayListTest, DeleteFlagAtTheMomentOfRemovalDecidesOwnership) {
@@ -100,10 +101,8 @@ TEST(ArrayListTest, DeleteFlagAtTheMomentOfRemovalDecidesOwnership) {
             list.Add(new CountingObject(deaths, i, &order));
         list.RemoveAt(1);
         EXPECT_EQ(deaths, 1);
-        ASSERT_EQ(list.Count(), 4);
         EXPECT_EQ(static_cast<CountingObject*>(list.At(1))->id(), 2); // later items move down
         list.Clear();
-        EXPECT_EQ(list.Count(), 0);
         EXPECT_EQ(order, (std::vector<int>{1, 0, 2, 3, 4})); // Clear goes front to back
         list.Add(new CountingObject(deaths, 9));
     }
@@ -113,10 +112,11 @@ TEST(ArrayListTest, DeleteFlagAtTheMomentOfRemovalDecidesOwnership) {
     {
         ArrayList borrowed(false);
         borrowed.Add(&a);
-        borrowed.Add(&b);
         borrowed.RemoveAt(0);
-        EXPECT_EQ(borrowed.At(0), &b);
+        borrowed.Add("keep"); // text elements a non-owning list made are the caller's
+        Object* made = borrowed.At(0);
         borrowed.Clear();
+        delete made;
         ArrayList owning;
         owning.Add(&b);
         owning.setDeleteFlag(false);
@@ -127,96 +127,37 @@ TEST(ArrayListTest, DeleteFlagAtTheMomentOfRemovalDecidesOwnership) {
     EXPECT_EQ(deaths, 7);
 }
 
-TEST(ArrayListTest, TextItemsAreHashElementsAndOtherItemsReadAsNull) {
+TEST(ArrayListTest, LockedCallsWaitForTheSectionThenLeaveItBeforeTheWork) {
     std::atomic<int> deaths{0};
-    ArrayList list;
-    list.Add("abc");
-    list.Add(static_cast<const char*>(nullptr));
-    list.Add(new CountingObject(deaths));
-    list.Add(static_cast<Object*>(new HashElement("k", new CountingObject(deaths))));
-
-    auto* element = dynamic_cast<HashElement*>(list.At(0));
-    ASSERT_NE(element, nullptr);
-    EXPECT_STREQ(element->getKey(), "");
-    EXPECT_STREQ(list.AtString(1), "");
-    EXPECT_EQ(list.SetValueAtString(0, "xyz"), 0);
-    EXPECT_STREQ(list.AtString(0), "xyz");
-
-    // Not a HashElement, or a HashElement holding an object: null, unchanged.
-    EXPECT_EQ(list.SetValueAtString(2, "x"), 0);
-    EXPECT_EQ(list.AtString(2), nullptr);
-    EXPECT_EQ(list.AtString(3), nullptr);
-    EXPECT_EQ(deaths, 0);
-    // Setting a text on an element that owns an object deletes the object.
-    EXPECT_EQ(list.SetValueAtString(3, "t"), 0);
-    EXPECT_EQ(deaths, 1);
-    EXPECT_STREQ(list.AtString(3), "t");
-
-    // A non-owning list leaves the text elements it made to the caller.
-    ArrayList borrowed(false);
-    borrowed.Add("keep");
-    Object* made = borrowed.At(0);
-    borrowed.Clear();
-    delete made;
-}
-
-TEST(ArrayListTest, EveryListOwnsOneSemaphoreSetForItsLifetime) {
     int ids[2];
     {
-        Probe<ArrayList> locked, unlocked(true, false);
-        ids[0] = locked.semId();
-        ids[1] = unlocked.semId();
-        EXPECT_NE(ids[0], ids[1]);
-        for (int id : ids) {
-            ASSERT_GT(id, 0);
-            EXPECT_EQ(SemValue(id), 0);
-        }
+        Probe<ArrayList> list, unlocked(true, false);
+        const int id = ids[0] = list.semId();
+        ids[1] = unlocked.semId(); // every list owns one set, locked or not
+        ASSERT_GT(id, 0);
+        ASSERT_GT(ids[1], 0);
+        EXPECT_NE(id, ids[1]);
+        checkSection(id, true, [&] { list.Add(new CountingObject(deaths)); }, "Add");
+        checkSection(id, true, [&] { EXPECT_NE(list.At(0), nullptr); }, "At");
+        checkSection(id, true, [&] { list.Clear(); }, "Clear");
+        EXPECT_EQ(deaths, 1);
+
+        // The section is already left when the items are deleted.
+        std::vector<int> seen;
+        list.Add(new SemWitness(id, seen));
+        list.Add(new SemWitness(id, seen));
+        list.RemoveAt(0);
+        list.Clear();
+        EXPECT_EQ(seen, (std::vector<int>{0, 0}));
+
+        // Without the lock flag no semaphore operation is made.
+        checkSection(ids[1], false, [&] { unlocked.Add("x"); }, "unlocked Add");
     }
-    for (int id : ids) {
+    for (int id : ids) { // the destructor removes the set
         errno = 0;
         EXPECT_EQ(SemValue(id), -1);
         EXPECT_EQ(errno, EINVAL);
     }
-}
-
-TEST(ArrayListTest, LockedCallsWaitForTheSectionThenLeaveItBeforeTheWork) {
-    std::atomic<int> deaths{0};
-    Probe<ArrayList> list;
-    const int id = list.semId();
-    ASSERT_GT(id, 0);
-    checkSection(
-        id, true, [&] { list.Add(new CountingObject(deaths)); }, "Add(Object*)");
-    checkSection(
-        id, true, [&] { list.Add("t"); }, "Add(const char*)");
-    checkSection(
-        id, true, [&] { EXPECT_EQ(list.Count(), 2); }, "Count");
-    checkSection(
-        id, true, [&] { EXPECT_NE(list.At(0), nullptr); }, "At");
-    checkSection(
-        id, true, [&] { EXPECT_STREQ(list.AtString(1), "t"); }, "AtString");
-    checkSection(
-        id, true, [&] { EXPECT_EQ(list.SetValueAtString(1, "u"), 0); }, "SetValue");
-    checkSection(
-        id, true, [&] { list.RemoveAt(0); }, "RemoveAt");
-    checkSection(
-        id, true, [&] { list.Clear(); }, "Clear");
-    EXPECT_EQ(deaths, 1);
-
-    // The section is already left when the items are deleted.
-    std::vector<int> seen;
-    list.Add(new SemWitness(id, seen));
-    list.Add(new SemWitness(id, seen));
-    list.RemoveAt(0);
-    list.Clear();
-    EXPECT_EQ(seen, (std::vector<int>{0, 0}));
-
-    // Without the lock flag no semaphore operation is made.
-    Probe<ArrayList> unlocked(true, false);
-    ASSERT_GT(unlocked.semId(), 0);
-    checkSection(
-        unlocked.semId(), false, [&] { unlocked.Add("x"); }, "unlocked Add");
-    checkSection(
-        unlocked.semId(), false, [&] { unlocked.RemoveAt(0); }, "unlocked RemoveAt");
 }
 
 // Two threads add and remove 100,000 items in one locked, owning list. The

@@ -15,7 +15,6 @@ using VemloTest::WriteFile;
 // still a FileProperty.
 static_assert(!std::is_convertible<Property*, IProperty*>::value, "Property's base is private");
 static_assert(!std::is_convertible<FileProperty*, IProperty*>::value, "FileProperty's base is private");
-static_assert(std::is_convertible<XmlProperty*, Property*>::value, "");
 static_assert(std::is_convertible<Vemlo::Config::Configuration*, FileProperty*>::value, "");
 
 // Standard output (the formats' messages) is captured and dropped in every case.
@@ -48,7 +47,6 @@ TEST_F(FilePropertyTest, PrefixAppliesToReadsOnly) {
     p.setPrefix("Base");
     EXPECT_EQ(p.getIntValue("Log.Level"), 3);
     EXPECT_DOUBLE_EQ(p.getDoubleValue("Log.Ratio"), 0.5);
-    EXPECT_NE(p.getObjValue("Log.Level"), nullptr);
     EXPECT_STREQ(p.getValue("Base.Log.Level"), ""); // Base.Base.Log.Level
 
     // Writes take the key as given: existing callers depend on it.
@@ -56,8 +54,6 @@ TEST_F(FilePropertyTest, PrefixAppliesToReadsOnly) {
     EXPECT_STREQ(p.getValue("b"), "");
     p.setPrefix("");
     EXPECT_STREQ(p.getValue("b"), "1");
-    p.setObjValue("obj", new String("o"));
-    EXPECT_STREQ(p.getValue("obj"), "o");
 
     EXPECT_EQ(p.Update(), 1); // to the file name
     FileProperty reread(path.c_str());
@@ -74,8 +70,6 @@ TEST_F(FilePropertyTest, FailedLoadThrows201AndLeavesAnEmptyShell) {
     ExpectPropertyThrown([&] { p.setFileName(text.c_str(), 0); }, 201, "Cannot Load Property File");
     EXPECT_STREQ(p.getFileName(), text.c_str());
     EXPECT_STREQ(p.getValue("lost"), "");
-    EXPECT_EQ(p.getIntValue("lost"), 0);
-    EXPECT_EQ(p.getDoubleValue("lost"), 0.0);
     EXPECT_EQ(p.getObjValue("lost"), nullptr);
     p.setValue("ignored", "1");
     String kept("mine");
@@ -98,7 +92,6 @@ TEST_F(FilePropertyTest, CopyLoadsASetOfItsOwnAndAssignmentDoesNothing) {
     original->setPrefix("x");
     original->setValue("x.b", "unsaved");
     FileProperty copy(*original);
-    EXPECT_STREQ(copy.getFileName(), path.c_str());
     EXPECT_STREQ(copy.getValue("b"), ""); // only what the file holds
     copy.setValue("x.a", "changed");
     EXPECT_STREQ(copy.getValue("a"), "changed");

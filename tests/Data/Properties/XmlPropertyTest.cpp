@@ -38,7 +38,6 @@ TEST(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
 
     XmlProperty none; // neither readable nor creatable; a folder
     EXPECT_EQ(quietLoad(none, dir.file("no/such/file")), 0);
-    EXPECT_EQ(none.IsValidate(nullptr), 0);
     EXPECT_EQ(quietLoad(none, dir.path()), 0);
 
     WriteFile(path, "<FileProperty><Base><Log><Level>3</Level><Range a=\"1\"> 7 </Range></Log></Base>"
@@ -60,10 +59,6 @@ TEST(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     EXPECT_EQ(output, "");
     EXPECT_STREQ(p.getValue("Dup"), "2");
     EXPECT_STREQ(p.getValue("Other"), "");
-
-    Vemlo::Common::Xml::Node leaf("leaf", "v");
-    EXPECT_EQ(p.ParseNodes(&leaf, "pre.fix"), 1);
-    EXPECT_STREQ(p.getValue("pre.fix.leaf"), "v");
     EXPECT_EQ(p.ParseNodes(nullptr, ""), 0);
 }
 
@@ -82,13 +77,6 @@ TEST(XmlPropertyTest, UpdateWritesNestedElementsInPlace) {
                               "\n<Http>\n<TempPath>/tmp/x</TempPath>\n</Http>\n</Base>"
                               "\n<New>\n<Key>v</Key>\n</New>\n</FileProperty>");
 
-    // getNode finds the element of a key and creates what is missing.
-    Vemlo::Common::Xml::Node* level = p.getNode("Base.Log.Level");
-    ASSERT_NE(level, nullptr);
-    EXPECT_STREQ(level->getValue(), "5");
-    ASSERT_NE(p.getNode("Base.Log.Other"), nullptr);
-    EXPECT_STREQ(p.getNode("Base.Log.Other")->getName(), "Other");
-
     // Update of a set that was never loaded reads the file's elements first.
     XmlProperty fresh;
     fresh.setValue("Extra", "1");
@@ -98,7 +86,6 @@ TEST(XmlPropertyTest, UpdateWritesNestedElementsInPlace) {
     XmlProperty all;
     quietLoad(all, path);
     EXPECT_STREQ(all.getValue("Base.Log.Level"), "5");
-    EXPECT_STREQ(all.getValue("Base.Http.TempPath"), "/tmp/x");
     EXPECT_STREQ(all.getValue("Extra"), "1");
 }
 
@@ -129,16 +116,7 @@ TEST(XmlPropertyTest, UpdateKeepsTheFileWhenTheTextWouldNotLoadBackOrCannotBeWri
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "[XmlProperty::Update] update fail 1 element is NULL");
     EXPECT_EQ(ReadFile(path), before);
 
-    // Blanks around a value are not kept, but do not stop the update.
-    XmlProperty p;
-    quietLoad(p, path);
-    p.setValue("A", "  2 ");
-    EXPECT_EQ(p.Update(path.c_str()), 1);
-    EXPECT_EQ(p.Update(dir.file("no/such/file").c_str()), 0);
-    EXPECT_EQ(p.Update(nullptr), 0);
-    XmlProperty reread;
-    quietLoad(reread, path);
-    EXPECT_STREQ(reread.getValue("A"), "2");
+    EXPECT_EQ(XmlProperty().Update(nullptr), 0);
 
     // A full disk (a file size limit) stops the in-place write: reported as 0.
     const int result = VemloTest::RunInChild([&] {

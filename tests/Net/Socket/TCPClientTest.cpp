@@ -46,8 +46,7 @@ testing::Environment* const kEnvironment =
     testing::AddGlobalTestEnvironment(new NetTest::Environment);
 
 struct Server : Vemlo::Net::Socket::TCPServer {
-    int fd() const { return m_nSocket; }
-    void setFd(int fd) { m_nSocket = fd; }
+    int& fd() { return m_nSocket; }
     sockaddr_in local() const {
         sockaddr_in address{};
         socklen_t size = sizeof address;
@@ -61,13 +60,6 @@ struct Client : Vemlo::Net::Socket::TCPClient {
     int fd() const { return m_nSocket; }
 };
 
-std::vector<char> pattern(size_t n, int seed) {
-    std::vector<char> bytes(n);
-    for (size_t i = 0; i < n; ++i)
-        bytes[i] = static_cast<char>((i * 7 + seed) & 0xff);
-    return bytes;
-}
-
 // A bound server (the address text is ignored: it listens on every interface).
 class TCPClientTest : public testing::Test {
 protected:
@@ -78,7 +70,7 @@ protected:
 
 } // namespace
 
-TEST_F(TCPClientTest, ClientAndServerTalkBothWays) {
+TEST_F(TCPClientTest, ClientAndServerTalkBothWaysUntilThePeerGoesMidSend) {
     EXPECT_EQ(server.local().sin_addr.s_addr, htonl(INADDR_ANY));
     int reuse = 0;
     socklen_t size = sizeof reuse;
@@ -96,48 +88,31 @@ TEST_F(TCPClientTest, ClientAndServerTalkBothWays) {
     EXPECT_EQ(peer.sin_addr.s_addr, htonl(INADDR_LOOPBACK));
 
     // Client to server: more than the socket buffers hold at once; then the
-    // server answers and closes its end.
-    const std::vector<char> up = pattern(3 * 1024 * 1024 + 17, 1);
-    std::vector<char> received;
+    // server answers, reads a little of a second send and goes with data
+    // unread (a reset).
+    std::vector<char> up(3 * 1024 * 1024 + 17), received;
+    for (size_t i = 0; i < up.size(); ++i)
+        up[i] = static_cast<char>(i * 7);
     std::thread peerThread([&] {
         char buffer[65536];
-        ssize_t got;
-        while (received.size() < up.size() && (got = recv(accepted, buffer, sizeof buffer, 0)) > 0)
+        for (ssize_t got;
+             received.size() < up.size() && (got = recv(accepted, buffer, sizeof buffer, 0)) > 0;)
             received.insert(received.end(), buffer, buffer + got);
         send(accepted, "down", 4, 0);
-        shutdown(accepted, SHUT_WR);
+        recv(accepted, buffer, 1000, MSG_WAITALL);
+        close(accepted);
     });
-    EXPECT_EQ(client.Send(const_cast<char*>(up.data()), static_cast<int>(up.size())),
-              static_cast<int>(up.size()));
-    peerThread.join();
-    EXPECT_TRUE(received == up);
+    EXPECT_EQ(client.Send(up.data(), static_cast<int>(up.size())), static_cast<int>(up.size()));
     char buffer[16] = {0};
     EXPECT_EQ(client.Receive(buffer, sizeof buffer), 4);
     EXPECT_STREQ(buffer, "down");
-    EXPECT_EQ(client.Receive(buffer, sizeof buffer), 0);
-    EXPECT_EQ(client.Close(), 0);
-    EXPECT_EQ(client.fd(), 0);
-    close(accepted);
-    EXPECT_EQ(server.Close(), 0);
-    EXPECT_EQ(server.fd(), 0);
-}
-
-TEST_F(TCPClientTest, APeerThatClosesMidSendMakesSendReturnMinusOne) {
-    ASSERT_EQ(server.Listen(1), 0);
-    ASSERT_EQ(client.Connect(text("127.0.0.1"), 0, server.port()), 0);
-    const int accepted = server.Accept(nullptr);
-    ASSERT_GT(accepted, 0);
-    // The server reads a little, then goes with data unread (a reset).
-    std::thread closer([&] {
-        char buffer[1000];
-        recv(accepted, buffer, sizeof buffer, MSG_WAITALL);
-        close(accepted);
-    });
-    const std::vector<char> data = pattern(32 * 1024 * 1024, 3);
-    EXPECT_EQ(client.Send(const_cast<char*>(data.data()), static_cast<int>(data.size())), -1);
-    closer.join();
+    std::vector<char> more(32 * 1024 * 1024);
+    EXPECT_EQ(client.Send(more.data(), static_cast<int>(more.size())), -1);
+    peerThread.join();
+    EXPECT_TRUE(received == up);
     EXPECT_TRUE(isOpen(client.fd())); // a failed send leaves the socket to Close
     EXPECT_EQ(client.Close(), 0);
+    EXPECT_EQ(client.fd(), 0);
 }
 
 TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndLeaveNoDescriptor) {
@@ -197,13 +172,11 @@ TEST_F(TCPClientTest, AnImmediateConnectIsFailMinusWithTheSocketKeptUntilTheNext
     const int second = server.Accept(nullptr);
     ASSERT_GT(second, 0);
     EXPECT_EQ(recv(first, buffer, 1, 0), 0);
-    EXPECT_EQ(client.Send(text("x"), 1), 1);
-    EXPECT_EQ(recv(second, buffer, 1, 0), 1);
     close(first);
     close(second);
 }
 
-TEST_F(TCPClientTest, ServerBindFailuresAndCloseOfNegativeDescriptors) {
+TEST_F(TCPClientTest, ABindFailureKeepsTheSocketAndTheServerClosesNegativeDescriptors) {
     ASSERT_EQ(server.Listen(1), 0);
     // The port is taken by a listener: bind fails, reported only by its
     // result, and the socket stays in the object.
@@ -213,9 +186,8 @@ TEST_F(TCPClientTest, ServerBindFailuresAndCloseOfNegativeDescriptors) {
     EXPECT_TRUE(isOpen(kept));
     EXPECT_EQ(second.Close(), 0);
     EXPECT_FALSE(isOpen(kept));
-
     // Unlike the client, the server hands negative descriptors to close().
-    second.setFd(-1);
+    second.fd() = -1;
     errno = 0;
     EXPECT_EQ(second.Close(), -1);
     EXPECT_EQ(errno, EBADF);

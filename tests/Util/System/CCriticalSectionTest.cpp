@@ -44,10 +44,6 @@ TEST(CCriticalSectionTest, OwnsOneKernelSetWhoseValueTracksTheHolder) {
             EXPECT_EQ(semValue(id), 1);
         }
         EXPECT_EQ(semValue(id), 0);
-        section.Lock();
-        EXPECT_EQ(semValue(id), 1);
-        section.Unlock();
-        EXPECT_EQ(semValue(id), 0);
     }
     // The destructor removed the set.
     errno = 0;
@@ -55,23 +51,6 @@ TEST(CCriticalSectionTest, OwnsOneKernelSetWhoseValueTracksTheHolder) {
     EXPECT_EQ(errno, EINVAL);
 
     CSingleLock nothing(nullptr); // a null section: no effect either way
-}
-
-TEST(CCriticalSectionTest, SecondEntrantWaitsForTheGuardToGo) {
-    CCriticalSection section;
-    std::atomic<bool> entered{false};
-    std::thread other;
-    {
-        CSingleLock guard(&section);
-        other = std::thread([&] {
-            CSingleLock second(&section);
-            entered = true;
-        });
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        EXPECT_FALSE(entered);
-    }
-    EXPECT_TRUE(waitFor([&] { return entered.load(); }, std::chrono::seconds(10)));
-    other.join();
 }
 
 TEST(CCriticalSectionTest, ExcludesConcurrentWriters) {
@@ -113,28 +92,20 @@ template <class Body> int inFreshIpcNamespace(Body body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -3;
 }
 
-TEST(CCriticalSectionTest, SetWithIdZeroIsNeverRemoved) {
+TEST(CCriticalSectionTest, SetIdZeroIsNeverRemovedAndAnExhaustedLimitGivesAHarmlessSection) {
     int result = inFreshIpcNamespace([] {
-        int id;
         {
             CCriticalSection first; // the namespace's first set gets id 0
-            id = first.getSemId();
+            if (first.getSemId() != 0)
+                return 10;
         }
-        if (id != 0)
-            return 10;
-        return semctl(0, 0, GETVAL) == 0 ? 0 : 11; // still there
-    });
-    if (result == 77)
-        GTEST_SKIP() << "cannot create an IPC namespace here";
-    EXPECT_EQ(result, 0);
-}
-
-TEST(CCriticalSectionTest, ExhaustedSystemLimitGivesAHarmlessSection) {
-    int result = inFreshIpcNamespace([] {
-        // semmsl semmns semopm semmni: room for 3 sets in this namespace.
+        if (semctl(0, 0, GETVAL) != 0) // still there
+            return 11;
+        // semmsl semmns semopm semmni: room for 3 sets in this namespace,
+        // one of them the set left with id 0.
         std::ofstream("/proc/sys/kernel/sem") << "250 32000 32 3";
         std::vector<CCriticalSection*> sections;
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 2; ++i)
             sections.push_back(new CCriticalSection);
         CCriticalSection over;
         int status = over.getSemId() == -1 ? 0 : 20;
