@@ -1,10 +1,4 @@
 //===- Vemlo/Config/ConfigurationException.h ---------------------------------------*- C++ -*-===//
-//
-// Reports that the process-wide configuration cannot be loaded (code 7201).
-// Thrown as a pointer (`throw new ConfigurationException(message, code)`); the handler
-// that catches it owns it and deletes it.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_CONFIG_CONFIGURATIONEXCEPTION_H
 #define VEMLO_CONFIG_CONFIGURATIONEXCEPTION_H
 
@@ -14,9 +8,14 @@
 namespace Vemlo {
 namespace Config {
 
+/// \brief Thrown when the process-wide configuration cannot be loaded (code 7201).
+///
+/// Reports that the process-wide configuration cannot be loaded (code 7201).
+/// Thrown as a pointer (`throw new ConfigurationException(message, code)`); the handler
+/// that catches it owns it and deletes it.
 class VEMLO_API ConfigurationException : public Vemlo::Common::Exception {
 public:
-    // The same three forms as Exception: (), (message), (message, code).
+    /// The same three forms as Exception: (), (message), (message, code).
     using Vemlo::Common::Exception::Exception;
 
     ~ConfigurationException() override;

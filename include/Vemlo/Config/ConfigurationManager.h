@@ -1,25 +1,4 @@
 //===- Vemlo/Config/ConfigurationManager.h - The process-wide configuration -*- C++ -*-===//
-//
-// ConfigurationManager is the process-wide manager of configuration files:
-// the XML property files "<name>.config" in the folder
-// "<$VEMLO_WORKING_DIRECTORY>/Vemlo/Conf/". The framework reads its own
-// settings from the default one, "default.config":
-//     IProperty* config = ConfigurationManager::GetManager()->getInstance();
-//     const char* level = config->getValue("Base.Log.Level");
-// A file is read once, on its first getInstance; a missing file is created
-// empty. Applications put their own keys in the same file (or another
-// "<name>.config", read with getInstance("<name>")).
-//
-// Lifecycle: the single instance is created on the first GetManager and
-// destroyed, with every set it loaded, by DestroyManager; a later GetManager
-// starts afresh and reads the files again. Sets obtained before
-// DestroyManager must not be used after it.
-//
-// Thread safety: none. Call GetManager (and getInstance) on the main thread
-// before other threads use the configuration, and DestroyManager after they
-// have stopped.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_CONFIG_CONFIGURATIONMANAGER_H
 #define VEMLO_CONFIG_CONFIGURATIONMANAGER_H
 
@@ -30,27 +9,49 @@
 namespace Vemlo {
 namespace Config {
 
+/// \brief The process-wide manager of the configuration files in `Vemlo/Conf/`.
+///
+/// ConfigurationManager is the process-wide manager of configuration files:
+/// the XML property files "<name>.config" in the folder
+/// "<$VEMLO_WORKING_DIRECTORY>/Vemlo/Conf/". The framework reads its own
+/// settings from the default one, "default.config":
+/// \code{.cpp}
+/// IProperty* config = ConfigurationManager::GetManager()->getInstance();
+/// const char* level = config->getValue("Base.Log.Level");
+/// \endcode
+/// A file is read once, on its first getInstance; a missing file is created
+/// empty. Applications put their own keys in the same file (or another
+/// "<name>.config", read with getInstance("<name>")).
+///
+/// Lifecycle: the single instance is created on the first GetManager and
+/// destroyed, with every set it loaded, by DestroyManager; a later GetManager
+/// starts afresh and reads the files again. Sets obtained before
+/// DestroyManager must not be used after it.
+///
+/// Thread safety: none. Call GetManager (and getInstance) on the main thread
+/// before other threads use the configuration, and DestroyManager after they
+/// have stopped.
 class VEMLO_API ConfigurationManager : public Vemlo::Data::Properties::PropertyManager {
 public:
-    // Default name "default", folder "Conf", extension ".config".
+    /// Default name "default", folder "Conf", extension ".config".
     ConfigurationManager();
 
-    // A new Configuration loaded from `path` in format `type`. Throws
-    // ConfigurationException* (7201) "Cannot Load Configuration File :
-    // <path>/ [<cause>]" when it cannot be loaded, the cause being the
-    // property error's message (which is deleted) or a standard exception's
-    // what(). Other exceptions (XmlException* for a malformed file) pass
-    // through unchanged.
+    /// A new Configuration loaded from `path` in format `type`. Throws
+    /// ConfigurationException* (7201) "Cannot Load Configuration File :
+    /// <path>/ [<cause>]" when it cannot be loaded, the cause being the
+    /// property error's message (which is deleted) or a standard exception's
+    /// what(). Other exceptions (XmlException* for a malformed file) pass
+    /// through unchanged.
     Vemlo::Data::Properties::IProperty* BuildProperty(const char* path, int type) override;
 
-    // Deletes every configuration it loaded.
+    /// Deletes every configuration it loaded.
     ~ConfigurationManager() override;
 
-    // The single instance, created on first use.
+    /// The single instance, created on first use.
     static ConfigurationManager* GetManager();
 
-    // Deletes the single instance, if any; the next GetManager creates a new
-    // one.
+    /// Deletes the single instance, if any; the next GetManager creates a new
+    /// one.
     static void DestroyManager();
 
 private:

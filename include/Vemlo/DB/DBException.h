@@ -1,10 +1,4 @@
 //===- Vemlo/DB/DBException.h ---------------------------------------*- C++ -*-===//
-//
-// Reports a database failure (code 0).
-// Thrown as a pointer (`throw new DBException(message, code)`); the handler
-// that catches it owns it and deletes it.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DB_DBEXCEPTION_H
 #define VEMLO_DB_DBEXCEPTION_H
 
@@ -14,9 +8,14 @@
 namespace Vemlo {
 namespace DB {
 
+/// \brief Thrown when a database operation fails for good (code 0).
+///
+/// Reports a database failure (code 0).
+/// Thrown as a pointer (`throw new DBException(message, code)`); the handler
+/// that catches it owns it and deletes it.
 class VEMLO_API DBException : public Vemlo::Common::Exception {
 public:
-    // The same three forms as Exception: (), (message), (message, code).
+    /// The same three forms as Exception: (), (message), (message, code).
     using Vemlo::Common::Exception::Exception;
 
     ~DBException() override;

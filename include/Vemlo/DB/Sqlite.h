@@ -1,38 +1,4 @@
 //===- Vemlo/DB/Sqlite.h - A SQLite connection with retries -----*- C++ -*-===//
-//
-// Sqlite wraps one SQLite 3 connection for devices where the database file
-// may be busy for a moment: every operation is tried up to 10 times with a
-// pause between attempts (40 times for Commit and Rollback), every failure is
-// written to the log channel "[libVemlo] Sqlite", and the final failure is
-// returned as 0 or thrown as a DBException* (code 0; the catcher deletes it).
-// Query results come back as a Table of Rows of texts, "" for NULL; each Row
-// costs a System V semaphore set while it lives (past the system's limit the
-// rows still work, without a lock).
-//
-// SQL is passed to SQLite exactly as given: the API has no parameters. Never
-// build SQL from untrusted text (a device name, a value from the network):
-// check such values against a strict pattern first, or keep them out of SQL
-// altogether; see docs/Database.md. Backup passes its two file names to the
-// shell ("cp -f %s %s"): they must be paths the application chose itself.
-//
-// Option bit 0 set keeps the connection open after a final failure; clear
-// (the default), Execute, getTable, Commit and Rollback close it.
-//
-// Choices made here for safety:
-//  - the error texts SQLite allocates are released;
-//  - after a final failed Commit or Rollback has closed the connection, the
-//    connection pointer is reset, so later calls fail cleanly;
-//  - Open on an object that already holds a connection closes that one once
-//    the new one is open;
-//  - when the log channel cannot be had (no log level configured), the
-//    messages are dropped rather than the process crashing;
-//  - a DBException* from Close inside Execute is logged and deleted.
-//
-// One object must not be used by two threads at once, except for the
-// Lock/UnLock pair, which serialises its users on an SQLite mutex taken after
-// BEGIN succeeds. The destructor does not close the connection: call Close.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DB_SQLITE_H
 #define VEMLO_DB_SQLITE_H
 
@@ -50,72 +16,107 @@ class FileLog;
 
 namespace DB {
 
+/// \brief One SQLite 3 connection whose operations retry while the database is busy.
+///
+/// Sqlite wraps one SQLite 3 connection for devices where the database file
+/// may be busy for a moment: every operation is tried up to 10 times with a
+/// pause between attempts (40 times for Commit and Rollback), every failure is
+/// written to the log channel "[libVemlo] Sqlite", and the final failure is
+/// returned as 0 or thrown as a DBException* (code 0; the catcher deletes it).
+/// Query results come back as a Table of Rows of texts, "" for NULL; each Row
+/// costs a System V semaphore set while it lives (past the system's limit the
+/// rows still work, without a lock).
+///
+/// SQL is passed to SQLite exactly as given: the API has no parameters. Never
+/// build SQL from untrusted text (a device name, a value from the network):
+/// check such values against a strict pattern first, or keep them out of SQL
+/// altogether; see docs/Database.md. Backup passes its two file names to the
+/// shell ("cp -f %s %s"): they must be paths the application chose itself.
+///
+/// Option bit 0 set keeps the connection open after a final failure; clear
+/// (the default), Execute, getTable, Commit and Rollback close it.
+///
+/// Choices made here for safety:
+///  - the error texts SQLite allocates are released;
+///  - after a final failed Commit or Rollback has closed the connection, the
+///    connection pointer is reset, so later calls fail cleanly;
+///  - Open on an object that already holds a connection closes that one once
+///    the new one is open;
+///  - when the log channel cannot be had (no log level configured), the
+///    messages are dropped rather than the process crashing;
+///  - a DBException* from Close inside Execute is logged and deleted.
+///
+/// One object must not be used by two threads at once, except for the
+/// Lock/UnLock pair, which serialises its users on an SQLite mutex taken after
+/// BEGIN succeeds. The destructor does not close the connection: call Close.
 class VEMLO_API Sqlite {
 public:
-    // The mode that opens a database read-write (creating the file).
+    /// The mode that opens a database read-write (creating the file).
     static constexpr int kReadWrite = 7002;
 
-    // No connection yet; allocates the SQLite mutex and takes the log channel.
+    /// No connection yet; allocates the SQLite mutex and takes the log channel.
     Sqlite();
     Sqlite(const Sqlite&) = delete;
     Sqlite& operator=(const Sqlite&) = delete;
 
-    // Frees the mutex; does not close the connection.
+    /// Frees the mutex; does not close the connection.
     virtual ~Sqlite();
 
-    // Opens `file`: read-write (created if missing) for mode 7002, read-only
-    // for any other mode. 10 attempts, 0.2 s apart. 1, or throws
-    // DBException* "[DB] Can't open database: <file> (Retried 10 times)\n".
+    /// Opens `file`: read-write (created if missing) for mode 7002, read-only
+    /// for any other mode. 10 attempts, 0.2 s apart. 1, or throws
+    /// DBException* "[DB] Can't open database: <file> (Retried 10 times)\n".
     int Open(const char* file, int mode);
 
-    // Bit 0 set: keep the connection open after a final failure.
+    /// Bit 0 set: keep the connection open after a final failure.
     void setOption(int option);
 
-    // Runs SQL that returns no rows, pausing `pauseMicros` between attempts.
-    // 1 on success, 0 after the tenth failure.
+    /// Runs SQL that returns no rows, pausing `pauseMicros` between attempts.
+    /// 1 on success, 0 after the tenth failure.
     int Execute(const char* sql, int pauseMicros);
 
-    // Runs a query into a new Table that the caller owns, pausing
-    // `pauseMicros` between attempts. Throws DBException* "[DB] Can't get
-    // database table: <error>\n" after the tenth failure.
+    /// Runs a query into a new Table that the caller owns, pausing
+    /// `pauseMicros` between attempts. Throws DBException* "[DB] Can't get
+    /// database table: <error>\n" after the tenth failure.
     Vemlo::Data::Collection::Table* getTable(const char* sql, int pauseMicros);
 
-    // Runs a query and appends its columns and rows to `table`, 0.2 s between
-    // attempts. 1, or throws DBException* "[DB] Can't get database
-    // table(<code>): <error>\n".
+    /// Runs a query and appends its columns and rows to `table`, 0.2 s between
+    /// attempts. 1, or throws DBException* "[DB] Can't get database
+    /// table(<code>): <error>\n".
     int getTable(const char* sql, Vemlo::Data::Collection::Table& table);
 
-    // "BEGIN TRANSACTION;", once. 1 on success; 0 (and a log line) otherwise.
+    /// "BEGIN TRANSACTION;", once. 1 on success; 0 (and a log line) otherwise.
     int TransactionStart();
-    // "COMMIT;" / "ROLLBACK;", up to 40 attempts 0.2 s apart (8 s). 1 on
-    // success or when no transaction is open; 0 after the last attempt.
+    ///@{
+    /// "COMMIT;" / "ROLLBACK;", up to 40 attempts 0.2 s apart (8 s). 1 on
+    /// success or when no transaction is open; 0 after the last attempt.
     int Commit();
     int Rollback();
+    ///@}
 
-    // BEGIN, then enter the object's mutex: 1; 0 when BEGIN fails (the mutex
-    // is then not taken).
+    /// BEGIN, then enter the object's mutex: 1; 0 when BEGIN fails (the mutex
+    /// is then not taken).
     int Lock();
-    // Leave the mutex, then Commit(): its result.
+    /// Leave the mutex, then Commit(): its result.
     int UnLock();
 
-    // Closes the connection (10 attempts, 0.2 s apart); throws DBException*
-    // "[DB] Can't close database: <error>\n" when it cannot.
+    /// Closes the connection (10 attempts, 0.2 s apart); throws DBException*
+    /// "[DB] Can't close database: <error>\n" when it cannot.
     void Close();
 
-    // Closes `database`: 1, or throws as Close() does.
+    /// Closes `database`: 1, or throws as Close() does.
     static int Close(sqlite3* database);
-    // Opens `file` read-write into *database (10 attempts, no pause): 1, or
-    // throws as Open(file, mode) does.
+    /// Opens `file` read-write into *database (10 attempts, no pause): 1, or
+    /// throws as Open(file, mode) does.
     static int Open(const char* file, sqlite3** database);
 
-    // Runs each SQL text of `commands` (HashElement texts, as ArrayList::Add
-    // makes them) on `file`, in order and without a transaction: commands
-    // before a failing one stay applied. 1 when all ran; 0 on a null or empty
-    // list or the first command that fails 10 times.
+    /// Runs each SQL text of `commands` (HashElement texts, as ArrayList::Add
+    /// makes them) on `file`, in order and without a transaction: commands
+    /// before a failing one stay applied. 1 when all ran; 0 on a null or empty
+    /// list or the first command that fails 10 times.
     static int ApplyCommandSet(const char* file, Vemlo::Data::Collection::ArrayList* commands);
 
-    // Copies `source` to `target` with "cp -f", then applies `commands` to
-    // the copy. 0 when the copy printed anything or could not be run.
+    /// Copies `source` to `target` with "cp -f", then applies `commands` to
+    /// the copy. 0 when the copy printed anything or could not be run.
     static int Backup(const char* source, const char* target,
                       Vemlo::Data::Collection::ArrayList* commands);
 

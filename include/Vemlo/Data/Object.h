@@ -1,10 +1,4 @@
 //===- Vemlo/Data/Object.h - Base of every collection item ------*- C++ -*-===//
-//
-// Object is the empty polymorphic base of everything kept in a libVemlo
-// collection. Collections delete their items through an Object*, so every
-// storable class derives from it publicly.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DATA_OBJECT_H
 #define VEMLO_DATA_OBJECT_H
 
@@ -13,11 +7,19 @@
 namespace Vemlo {
 namespace Data {
 
+/// \brief The empty polymorphic base of everything kept in a collection.
+///
+/// Object is the empty polymorphic base of everything kept in a libVemlo
+/// collection. Collections delete their items through an Object*, so every
+/// storable class derives from it publicly.
 class VEMLO_API Object {
 public:
     Object() = default;
+    ///@{
+    /// An Object holds no state: copying copies nothing of its own.
     Object(const Object&) = default;
     Object& operator=(const Object&) = default;
+    ///@}
 
     virtual ~Object();
 };

@@ -1,53 +1,4 @@
 //===- Vemlo/Event/EventHandler.h - The process-wide event dispatcher -*- C++ -*-===//
-//
-// EventHandler routes messages between event hosts. Hosts Register with it;
-// any thread sends with SendEventMsg, which only queues a clone; the
-// dispatcher's own thread delivers the queued messages one at a time, oldest
-// first, by calling the target host's OnRecvMessage (every active host, in
-// registration order, for target 0). It makes a pass every 1 ms.
-//
-//     EventHandler* events = EventHandler::getInstance(); // starts the thread
-//     events->Register(&door);           // active from the next pass on
-//     EventMessage m(door.getId(), EV_OPEN, "open", nullptr, nullptr, nullptr);
-//     events->SendEventMsg(&m);
-//     ...
-//     events->UnRegister(&door);         // then door may be deleted
-//     EventHandler::DestroyInstance();   // before Logger::DestroyLogger()
-//
-// Start and stop order: the configuration must be loadable before the first
-// getInstance (the dispatcher takes the log channel "[Vemlo]", which reads
-// "Base.Log.Level"). Unregister and delete the hosts, then DestroyInstance
-// (stops and joins the dispatcher), then Logger::DestroyLogger().
-//
-// Delivery promises:
-//  - A new host is pending until the next pass (under traffic that keeps
-//    the queue busy, at most about 10 ms), which locks its gate (a threaded
-//    host), makes it active and queues it the start-up event (event id 9999,
-//    text "initialize event"), the first message it gets unless it was
-//    addressed before that. A message to a host that is still pending is
-//    dropped; so is one to an unknown id.
-//  - A framework exception thrown by a handler leaves the message at the
-//    head of the queue: it is delivered again in the next pass.
-//  - Hosts sharing an id after the id counter wrapped (see EventHost.h):
-//    only the first of them in the active list receives.
-//  - After UnRegister returns 0 the dispatcher neither is nor will be inside
-//    that host (UnRegister waits for a delivery to it to finish, and for the
-//    dispatcher to open a threaded host's gate), so the host may be deleted
-//    at once. Called from a handler, it does not wait (the dispatcher is the
-//    caller). UnRegister of a host that is still pending returns -1 and
-//    leaves it pending: unregister only after its start-up event arrived.
-//  - Registering a host that is already pending or active does nothing but
-//    return its id.
-//
-// Thread safety: Register, UnRegister, SendEventMsg and the look-ups may be
-// called from any thread, handlers included (the dispatcher's thread never
-// holds the section across a handler). getInstance may be called from
-// several threads at once; DestroyInstance must not race with any call.
-//
-// Failures: SendEventMsg throws EventException* 7301 ("Cannot Send Event
-// [...]"); the catcher deletes it.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_EVENT_EVENTHANDLER_H
 #define VEMLO_EVENT_EVENTHANDLER_H
 
@@ -72,54 +23,110 @@ namespace Event {
 class EventHost;
 class EventMessage;
 
+/// \brief The process-wide event dispatcher: routes messages to registered hosts on its own thread.
+///
+/// EventHandler routes messages between event hosts. Hosts Register with it;
+/// any thread sends with SendEventMsg, which only queues a clone; the
+/// dispatcher's own thread delivers the queued messages one at a time, oldest
+/// first, by calling the target host's OnRecvMessage (every active host, in
+/// registration order, for target 0). It makes a pass every 1 ms.
+///
+/// \code{.cpp}
+/// EventHandler* events = EventHandler::getInstance(); // starts the thread
+/// events->Register(&door);           // active from the next pass on
+/// EventMessage m(door.getId(), EV_OPEN, "open", nullptr, nullptr, nullptr);
+/// events->SendEventMsg(&m);
+/// ...
+/// events->UnRegister(&door);         // then door may be deleted
+/// EventHandler::DestroyInstance();   // before Logger::DestroyLogger()
+/// \endcode
+///
+/// Start and stop order: the configuration must be loadable before the first
+/// getInstance (the dispatcher takes the log channel "[Vemlo]", which reads
+/// "Base.Log.Level"). Unregister and delete the hosts, then DestroyInstance
+/// (stops and joins the dispatcher), then Logger::DestroyLogger().
+///
+/// Delivery promises:
+///  - A new host is pending until the next pass (under traffic that keeps
+///    the queue busy, at most about 10 ms), which locks its gate (a threaded
+///    host), makes it active and queues it the start-up event (event id 9999,
+///    text "initialize event"), the first message it gets unless it was
+///    addressed before that. A message to a host that is still pending is
+///    dropped; so is one to an unknown id.
+///  - A framework exception thrown by a handler leaves the message at the
+///    head of the queue: it is delivered again in the next pass.
+///  - Hosts sharing an id after the id counter wrapped (see EventHost.h):
+///    only the first of them in the active list receives.
+///  - After UnRegister returns 0 the dispatcher neither is nor will be inside
+///    that host (UnRegister waits for a delivery to it to finish, and for the
+///    dispatcher to open a threaded host's gate), so the host may be deleted
+///    at once. Called from a handler, it does not wait (the dispatcher is the
+///    caller). UnRegister of a host that is still pending returns -1 and
+///    leaves it pending: unregister only after its start-up event arrived.
+///  - Registering a host that is already pending or active does nothing but
+///    return its id.
+///
+/// Thread safety: Register, UnRegister, SendEventMsg and the look-ups may be
+/// called from any thread, handlers included (the dispatcher's thread never
+/// holds the section across a handler). getInstance may be called from
+/// several threads at once; DestroyInstance must not race with any call.
+///
+/// Failures: SendEventMsg throws EventException* 7301 ("Cannot Send Event
+/// [...]"); the catcher deletes it.
 class VEMLO_API EventHandler : public Vemlo::Service::Thread {
 public:
     EventHandler(const EventHandler&) = delete;
     EventHandler& operator=(const EventHandler&) = delete;
 
-    // Stops the dispatcher's thread and waits for it, then deletes the queue
-    // (with the messages still in it) and the two host lists (not the hosts).
+    /// Stops the dispatcher's thread and waits for it, then deletes the queue
+    /// (with the messages still in it) and the two host lists (not the hosts).
     ~EventHandler() override;
 
-    // The dispatcher loop: CatchUpMutex(), FireEvent(), sleep 1 ms, until
-    // stopped. On its way out it opens the gates it still holds.
+    /// The dispatcher loop: CatchUpMutex(), FireEvent(), sleep 1 ms, until
+    /// stopped. On its way out it opens the gates it still holds.
     void Run() override;
 
-    // The single instance, created and started on first use.
+    /// The single instance, created and started on first use.
     static EventHandler* getInstance();
 
-    // Deletes the single instance, if any; the next getInstance starts anew.
+    /// Deletes the single instance, if any; the next getInstance starts anew.
     static void DestroyInstance();
 
-    // Adds `host` to the pending list and returns its id; -1 for null.
+    /// Adds `host` to the pending list and returns its id; -1 for null.
     int Register(EventHost* host);
 
-    // Removes `host` from the active list and opens its gate; 0 when it was
-    // there, -1 otherwise (a pending host is not searched and stays pending).
+    /// Removes `host` from the active list and opens its gate; 0 when it was
+    /// there, -1 otherwise (a pending host is not searched and stays pending).
     int UnRegister(EventHost* host);
 
-    // Queues a clone of `message` and returns 0; the caller keeps `message`.
-    // Throws EventException* 7301 when the clone cannot be made or queued
-    // (also for a null message).
+    /// Queues a clone of `message` and returns 0; the caller keeps `message`.
+    /// Throws EventException* 7301 when the clone cannot be made or queued
+    /// (also for a null message).
     int SendEventMsg(EventMessage* message);
 
-    // Look-ups in the active list; FindTmpHost looks in the pending list.
+    ///@{
+    /// The first active host with that id / name; null when there is none.
     EventHost* FindHost(int id);
     EventHost* FindHost(const char* name);
-    // The id of the first active host named `name`; -1 when there is none.
+    ///@}
+    /// The id of the first active host named `name`; -1 when there is none.
     int FindHostID(const char* name);
+    /// The first pending host (registered, not yet active) with that id; null
+    /// when there is none.
     EventHost* FindTmpHost(int id);
 
-    // The two steps of a pass of Run(), made public for the loop only:
-    // CatchUpMutex makes the pending hosts active, FireEvent delivers every
-    // queued message. Both return 0. Call them only from the dispatcher's
-    // own thread. Under traffic that keeps the queue from running dry,
-    // FireEvent catches pending hosts up itself every 10 ms, so that new
-    // hosts do not wait for a quiet moment.
+    ///@{
+    /// The two steps of a pass of Run(), made public for the loop only:
+    /// CatchUpMutex makes the pending hosts active, FireEvent delivers every
+    /// queued message. Both return 0. Call them only from the dispatcher's
+    /// own thread. Under traffic that keeps the queue from running dry,
+    /// FireEvent catches pending hosts up itself every 10 ms, so that new
+    /// hosts do not wait for a quiet moment.
     int CatchUpMutex();
     int FireEvent();
+    ///@}
 
-    // Messages queued and not yet delivered.
+    /// Messages queued and not yet delivered.
     int getQueuedCount();
 
 private:

@@ -1,26 +1,4 @@
 //===- Vemlo/Event/EventHost.h - Receiver of events -------------*- C++ -*-===//
-//
-// EventHost is anything the event dispatcher (EventHandler) can deliver
-// messages to: an object with an id, a name and OnRecvMessage. Applications
-// derive from EventHostGeneric (handler runs on the dispatcher's thread) or
-// EventHostThread (handler runs on the host's own thread), not from this
-// class directly.
-//
-// Ids: each host takes the class-wide counter ID_ORDER plus one; the counter
-// then becomes that id modulo 1000. Ids run 1, 2, ..., 1000 and then start at
-// 1 again, so after 1000 hosts two living hosts can share an id. A message
-// addressed to a shared id reaches only the first of them in the
-// dispatcher's active list (the one registered first); an application that
-// creates and drops many hosts over its life should address hosts it looks
-// up by name (EventHandler::FindHostID) or keep fewer than 1000 alive at once.
-//
-// The counter is atomic, so hosts may be created on several threads; the
-// dispatcher itself is best given its hosts at start-up.
-//
-// Ownership: the application owns its hosts; the dispatcher only points at
-// them. Unregister a host (EventHandler::UnRegister) before deleting it.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_EVENT_EVENTHOST_H
 #define VEMLO_EVENT_EVENTHOST_H
 
@@ -36,37 +14,63 @@ namespace Event {
 
 class EventMessage;
 
+/// \brief Anything the event dispatcher can deliver messages to: an id, a name and OnRecvMessage.
+///
+/// EventHost is anything the event dispatcher (EventHandler) can deliver
+/// messages to: an object with an id, a name and OnRecvMessage. Applications
+/// derive from EventHostGeneric (handler runs on the dispatcher's thread) or
+/// EventHostThread (handler runs on the host's own thread), not from this
+/// class directly.
+///
+/// Ids: each host takes the class-wide counter ID_ORDER plus one; the counter
+/// then becomes that id modulo 1000. Ids run 1, 2, ..., 1000 and then start at
+/// 1 again, so after 1000 hosts two living hosts can share an id. A message
+/// addressed to a shared id reaches only the first of them in the
+/// dispatcher's active list (the one registered first); an application that
+/// creates and drops many hosts over its life should address hosts it looks
+/// up by name (EventHandler::FindHostID) or keep fewer than 1000 alive at once.
+///
+/// The counter is atomic, so hosts may be created on several threads; the
+/// dispatcher itself is best given its hosts at start-up.
+///
+/// Ownership: the application owns its hosts; the dispatcher only points at
+/// them. Unregister a host (EventHandler::UnRegister) before deleting it.
 class VEMLO_API EventHost : public Vemlo::Data::Object {
 public:
-    // Stores `name` (null is the empty name) and takes the next id.
+    /// Stores `name` (null is the empty name) and takes the next id.
     explicit EventHost(const char* name);
     EventHost(const EventHost&) = delete;
     EventHost& operator=(const EventHost&) = delete;
 
     ~EventHost() override;
 
-    // Called by the dispatcher's thread for every message addressed to this
-    // host (or to every host). The message belongs to the dispatcher and is
-    // valid only during the call: copy what you keep (EventMessage::Clone).
-    // A framework exception (Vemlo::Common::Exception*) thrown here is
-    // caught and logged by the dispatcher, which then delivers the same
-    // message again about 1 ms later (to every host again, for a message to
-    // all).
+    /// Called by the dispatcher's thread for every message addressed to this
+    /// host (or to every host). The message belongs to the dispatcher and is
+    /// valid only during the call: copy what you keep (EventMessage::Clone).
+    /// A framework exception (Vemlo::Common::Exception*) thrown here is
+    /// caught and logged by the dispatcher, which then delivers the same
+    /// message again about 1 ms later (to every host again, for a message to
+    /// all).
     virtual int OnRecvMessage(EventMessage* message) = 0;
 
+    /// The id taken at construction, 1 to 1000 (see the class comment).
     int getId() const { return m_nId; }
+    /// The name given at construction (never null).
     const char* getName() const { return m_sName.c_str(); }
-    // The gate of a host with its own thread; null for the others.
+    /// The gate of a host with its own thread; null for the others.
     Vemlo::Util::System::Mutex* getMutex() const { return m_pMutex; }
 
-    // The id counter: the last id handed out, modulo 1000.
+    /// The id counter: the last id handed out, modulo 1000.
     static std::atomic<int> ID_ORDER;
 
 protected:
     // Field order is the object's binary layout.
+    ///@{
+    /// Read through getId(), getName() and getMutex().
     int m_nId;
     String m_sName;
     Vemlo::Util::System::Mutex* m_pMutex;
+    ///@}
 };
 
 } // namespace Event

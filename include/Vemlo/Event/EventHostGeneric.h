@@ -1,22 +1,4 @@
 //===- Vemlo/Event/EventHostGeneric.h - Host served on the dispatcher thread -*- C++ -*-===//
-//
-// EventHostGeneric is the plain event host: derive from it and implement
-// OnRecvMessage, which the dispatcher calls on its own thread, one message
-// at a time, in send order. The handler must be quick: every later message,
-// to any host, waits for it. It may call SendEventMsg, Register and
-// UnRegister (itself included). What it returns is not used.
-//
-//     class Door : public EventHostGeneric {
-//     public:
-//         Door() : EventHostGeneric("door") {}
-//         int OnRecvMessage(EventMessage* m) override { ...; return 0; }
-//     };
-//
-// The host has no gate (getMutex() is null) and writes nothing itself; the
-// framework's channel "[Vemlo]" is at hand as m_pLog (null when the
-// configuration gives no log level).
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_EVENT_EVENTHOSTGENERIC_H
 #define VEMLO_EVENT_EVENTHOSTGENERIC_H
 
@@ -30,18 +12,39 @@ class FileLog;
 
 namespace Event {
 
+/// \brief An event host whose handler runs on the dispatcher's thread.
+///
+/// EventHostGeneric is the plain event host: derive from it and implement
+/// OnRecvMessage, which the dispatcher calls on its own thread, one message
+/// at a time, in send order. The handler must be quick: every later message,
+/// to any host, waits for it. It may call SendEventMsg, Register and
+/// UnRegister (itself included). What it returns is not used.
+///
+/// \code{.cpp}
+/// class Door : public EventHostGeneric {
+/// public:
+///     Door() : EventHostGeneric("door") {}
+///     int OnRecvMessage(EventMessage* m) override { ...; return 0; }
+/// };
+/// \endcode
+///
+/// The host has no gate (getMutex() is null) and writes nothing itself; the
+/// framework's channel "[Vemlo]" is at hand as m_pLog (null when the
+/// configuration gives no log level).
 class VEMLO_API EventHostGeneric : public EventHost {
 public:
-    // Takes the next id and the channel "[Vemlo]" from the logger registry.
+    /// Takes the next id and the channel "[Vemlo]" from the logger registry.
     explicit EventHostGeneric(const char* name);
 
     ~EventHostGeneric() override;
 
-    // Supplied by the application.
+    /// Supplied by the application.
     int OnRecvMessage(EventMessage* message) override = 0;
 
 protected:
     // Field order is the object's binary layout.
+    /// The framework's channel "[Vemlo]", not owned; null when the
+    /// configuration gives no log level.
     Vemlo::Log::FileLog* m_pLog;
 };
 

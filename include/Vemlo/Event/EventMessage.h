@@ -1,27 +1,4 @@
 //===- Vemlo/Event/EventMessage.h - The unit the dispatcher routes -*- C++ -*-===//
-//
-// EventMessage is one event: the id of the host it is addressed to (0 for
-// every registered host), an event id, a text and three untyped parameters,
-// plus a table of extra values. Build one, hand it to
-// EventHandler::getInstance()->SendEventMsg(&message) (which queues a clone,
-// so the sender keeps its message) and read it in the host's OnRecvMessage.
-//
-//     EventMessage m(doorHostId, EV_OPEN, "open", &door, nullptr, nullptr);
-//     m.getExtraValues()->Add(&operatorName); // an Object (a String) you own
-//     EventHandler::getInstance()->SendEventMsg(&m);
-//     ... in the handler: m->getExtraValues()->At(0)
-//
-// Ownership: the message never deletes what it carries. The parameters are
-// carried as they are; the extra values are objects kept in the table's list
-// (Add, Count, At), shared, not copied, by Clone() and Copy(), so they must
-// outlive every copy of the message. The table's delete flag is off, so
-// entries made with the keyed AddObj (HashElements the table creates) are
-// not freed by anyone: carry plain objects with Add.
-//
-// Thread safety: none; a message is used by one thread at a time. The
-// dispatcher hands each host its own clone.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_EVENT_EVENTMESSAGE_H
 #define VEMLO_EVENT_EVENTMESSAGE_H
 
@@ -33,46 +10,81 @@
 namespace Vemlo {
 namespace Event {
 
+/// \brief One event: target host id, event id, text, three untyped parameters and extra values.
+///
+/// EventMessage is one event: the id of the host it is addressed to (0 for
+/// every registered host), an event id, a text and three untyped parameters,
+/// plus a table of extra values. Build one, hand it to
+/// EventHandler::getInstance()->SendEventMsg(&message) (which queues a clone,
+/// so the sender keeps its message) and read it in the host's OnRecvMessage.
+///
+/// \code{.cpp}
+/// EventMessage m(doorHostId, EV_OPEN, "open", &door, nullptr, nullptr);
+/// m.getExtraValues()->Add(&operatorName); // an Object (a String) you own
+/// EventHandler::getInstance()->SendEventMsg(&m);
+/// ... in the handler: m->getExtraValues()->At(0)
+/// \endcode
+///
+/// Ownership: the message never deletes what it carries. The parameters are
+/// carried as they are; the extra values are objects kept in the table's list
+/// (Add, Count, At), shared, not copied, by Clone() and Copy(), so they must
+/// outlive every copy of the message. The table's delete flag is off, so
+/// entries made with the keyed AddObj (HashElements the table creates) are
+/// not freed by anyone: carry plain objects with Add.
+///
+/// Thread safety: none; a message is used by one thread at a time. The
+/// dispatcher hands each host its own clone.
 class VEMLO_API EventMessage : public Vemlo::Data::Object {
 public:
-    // Target 0, event id 0, empty text, null parameters, empty table.
+    /// Target 0, event id 0, empty text, null parameters, empty table.
     EventMessage();
-    // A null `text` is the empty text.
+    /// A null `text` is the empty text.
     EventMessage(int target, int eventId, const char* text, void* p1, void* p2, void* p3);
     EventMessage(const EventMessage&) = delete;
     EventMessage& operator=(const EventMessage&) = delete;
 
-    // Deletes nothing it carries.
+    /// Deletes nothing it carries.
     ~EventMessage() override;
 
-    // Copies target, event id, text and the three parameters into
-    // `destination`, then appends every extra value of this message to the
-    // destination's table (the same objects, not copies), after the values
-    // it has. Returns 0 (copying onto itself changes nothing); -1 for a null
-    // destination.
+    /// Copies target, event id, text and the three parameters into
+    /// `destination`, then appends every extra value of this message to the
+    /// destination's table (the same objects, not copies), after the values
+    /// it has. Returns 0 (copying onto itself changes nothing); -1 for a null
+    /// destination.
     int Copy(EventMessage* destination);
 
-    // A new message with the same six values whose table holds the same
-    // extra values, in order. The caller owns the clone.
+    /// A new message with the same six values whose table holds the same
+    /// extra values, in order. The caller owns the clone.
     EventMessage* Clone();
 
+    ///@{
+    /// The id of the host the message is addressed to; 0 for every host.
     int getTargetId() const { return m_nTarget; }
     void setTargetId(int target) { m_nTarget = target; }
+    ///@}
+    ///@{
+    /// The event id, the application's choice; the dispatcher's start-up
+    /// event is 9999.
     int getEventId() const { return m_nEventId; }
     void setEventId(int eventId) { m_nEventId = eventId; }
+    ///@}
+    /// The text (never null).
     const char* getText() const { return m_sText.c_str(); }
-    // A null `text` is the empty text.
+    /// A null `text` is the empty text.
     void setText(const char* text) { m_sText = text; }
+    ///@{
+    /// The three untyped parameters, carried as they are and never deleted.
     void* getParam1() const { return m_pParam1; }
     void* getParam2() const { return m_pParam2; }
     void* getParam3() const { return m_pParam3; }
     void setParam1(void* p) { m_pParam1 = p; }
     void setParam2(void* p) { m_pParam2 = p; }
     void setParam3(void* p) { m_pParam3 = p; }
+    ///@}
 
-    // The extra values: objects in the table's list, in the order added. The
-    // table's delete flag is off: the message never deletes them (see the
-    // header comment).
+    /// The extra values: objects in the table's list, in the order added. The
+    /// table's delete flag is off: the message never deletes them (see the
+    /// class comment).
     Vemlo::Data::Collection::HashTable* getExtraValues() { return &m_extra; }
 
 private:

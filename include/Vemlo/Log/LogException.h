@@ -1,10 +1,4 @@
 //===- Vemlo/Log/LogException.h ---------------------------------------*- C++ -*-===//
-//
-// Reports a logging set-up failure, such as a missing log level (code 7252).
-// Thrown as a pointer (`throw new LogException(message, code)`); the handler
-// that catches it owns it and deletes it.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_LOG_LOGEXCEPTION_H
 #define VEMLO_LOG_LOGEXCEPTION_H
 
@@ -14,9 +8,14 @@
 namespace Vemlo {
 namespace Log {
 
+/// \brief Thrown when a log channel cannot be set up: no log level is configured (code 7252).
+///
+/// Reports a logging set-up failure, such as a missing log level (code 7252).
+/// Thrown as a pointer (`throw new LogException(message, code)`); the handler
+/// that catches it owns it and deletes it.
 class VEMLO_API LogException : public Vemlo::Common::Exception {
 public:
-    // The same three forms as Exception: (), (message), (message, code).
+    /// The same three forms as Exception: (), (message), (message, code).
     using Vemlo::Common::Exception::Exception;
 
     ~LogException() override;

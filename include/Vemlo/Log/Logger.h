@@ -1,28 +1,4 @@
 //===- Vemlo/Log/Logger.h - The process-wide registry of log channels -*- C++ -*-===//
-//
-// Logger hands out log channels (FileLog) by name: the first getLog(name)
-// creates the channel, sets its level from the configuration key
-// "Base.Log.Level", and every later call with that name returns the same
-// channel. The framework's own classes use "[Vemlo]" and "[libVemlo] ...";
-// "default" and "communication" have shortcuts.
-//
-//     FileLog* log = Logger::getLogger()->getLog("myapp");
-//     if (log) log->WriteInfo("[Main::Start] ready");
-//
-// getLog returns null when the configuration cannot be read or lacks the
-// level (the reason is printed to standard output); test the result.
-//
-// Lifecycle: the single instance is created on the first getLogger and
-// destroyed, with every channel, by DestroyLogger; channels obtained before
-// must not be used after it. Destroy it after the services that log
-// (EventHandler::DestroyInstance first) and before
-// ConfigurationManager::DestroyManager.
-//
-// Thread safety: none for the registry itself. Create it and the channels
-// that threads will use from one thread first; the channels' writes may then
-// come from any thread.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_LOG_LOGGER_H
 #define VEMLO_LOG_LOGGER_H
 
@@ -39,42 +15,67 @@ namespace Log {
 
 class FileLog;
 
+/// \brief The process-wide registry of log channels (FileLog) by name.
+///
+/// Logger hands out log channels (FileLog) by name: the first getLog(name)
+/// creates the channel, sets its level from the configuration key
+/// "Base.Log.Level", and every later call with that name returns the same
+/// channel. The framework's own classes use "[Vemlo]" and "[libVemlo] ...";
+/// "default" and "communication" have shortcuts.
+///
+/// \code{.cpp}
+/// FileLog* log = Logger::getLogger()->getLog("myapp");
+/// if (log) log->WriteInfo("[Main::Start] ready");
+/// \endcode
+///
+/// getLog returns null when the configuration cannot be read or lacks the
+/// level (the reason is printed to standard output); test the result.
+///
+/// Lifecycle: the single instance is created on the first getLogger and
+/// destroyed, with every channel, by DestroyLogger; channels obtained before
+/// must not be used after it. Destroy it after the services that log
+/// (EventHandler::DestroyInstance first) and before
+/// ConfigurationManager::DestroyManager.
+///
+/// Thread safety: none for the registry itself. Create it and the channels
+/// that threads will use from one thread first; the channels' writes may then
+/// come from any thread.
 class VEMLO_API Logger {
 public:
-    // Exists for the interface only; the registry is never copied. The copy
-    // starts with an empty table of its own, so that the two never delete
-    // the same channels.
+    /// Exists for the interface only; the registry is never copied. The copy
+    /// starts with an empty table of its own, so that the two never delete
+    /// the same channels.
     Logger(const Logger& other);
-    // Deliberately does nothing.
+    /// Deliberately does nothing.
     Logger& operator=(const Logger& other);
 
-    // Deletes the table and with it every channel.
+    /// Deletes the table and with it every channel.
     virtual ~Logger();
 
-    // The single instance, created (with an empty table) on the first call.
+    /// The single instance, created (with an empty table) on the first call.
     static Logger* getLogger();
 
-    // Deletes the single instance, if any; the next getLogger starts afresh.
+    /// Deletes the single instance, if any; the next getLogger starts afresh.
     static void DestroyLogger();
 
-    // The channel `name` (null is the empty name), created on first use.
-    // Null when it cannot be created: the configuration throws a framework
-    // exception or lacks "Base.Log.Level"; "[getLog] exception msg(...)" is
-    // printed to standard output then.
+    /// The channel `name` (null is the empty name), created on first use.
+    /// Null when it cannot be created: the configuration throws a framework
+    /// exception or lacks "Base.Log.Level"; "[getLog] exception msg(...)" is
+    /// printed to standard output then.
     FileLog* getLog(const char* name);
 
-    // Creates the channel `name` in "<$VEMLO_WORKING_DIRECTORY>/Vemlo/Log/",
-    // sets its level from "Base.Log.Level" and enters it in the table. An
-    // existing channel of that name is replaced in the table but not deleted:
-    // it becomes the caller's. "Base.Log.BackupRange" is read but not applied
-    // (channels keep their own range of 10). Throws LogException* 7252 when
-    // the level is missing or empty; the configuration's exceptions pass
-    // through.
+    /// Creates the channel `name` in "<$VEMLO_WORKING_DIRECTORY>/Vemlo/Log/",
+    /// sets its level from "Base.Log.Level" and enters it in the table. An
+    /// existing channel of that name is replaced in the table but not deleted:
+    /// it becomes the caller's. "Base.Log.BackupRange" is read but not applied
+    /// (channels keep their own range of 10). Throws LogException* 7252 when
+    /// the level is missing or empty; the configuration's exceptions pass
+    /// through.
     FileLog* GenerateLog(const char* name);
 
-    // getLog("default").
+    /// getLog("default").
     FileLog* getDefaultLog();
-    // getLog("communication").
+    /// getLog("communication").
     FileLog* getCommunicationLog();
 
 private:

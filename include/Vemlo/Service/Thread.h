@@ -1,36 +1,4 @@
 //===- Vemlo/Service/Thread.h - Base of every framework thread --*- C++ -*-===//
-//
-// Thread is the abstract base of every class that works on a thread of its
-// own: derive from it, implement Run(), then call Start(). The operating-
-// system thread is created by the constructor and parked at once; Start()
-// releases it through a handshake on one mutex and one condition. Inside the
-// thread cancellation is disabled, so Stop() never tears Run() apart: Run()
-// ends when it sees the stop flag (the protected member m_bStop, also
-// readable through isStopRequested()).
-//
-// Promises a caller must know:
-//  - State values (getState()): 3 under construction, 4 thread created,
-//    0 parked, 1 running, 2 finished or stopped. Wait() returns true both
-//    when the thread finished and when the time ran out: read the state.
-//  - Start() on a running thread is a no-op returning true. Start() after
-//    Run() returned without a Stop() polls for ever: stop before restarting.
-//  - A restart after Stop(true) works: Start() releases its handshake mutex
-//    once the thread has answered, and clears the stop flag before Run() can
-//    begin. Restart only after the previous Run() has returned (Stop(true)),
-//    or the old thread's end can overwrite the new state.
-//  - Stop(true) joins, so it returns only when Run() has returned by itself;
-//    Stop(false) and the destructor never wait for a running Run(). A thread
-//    that is to be deleted must be stopped with Stop(true) first, or handed
-//    to the ThreadMemoryRemover.
-//  - A thread that was never started is released by Stop() or by the
-//    destructor: its parked OS thread ends without calling Run() and is
-//    joined, so nothing stays parked on a destroyed object.
-//  - The state word and the stop flag are atomic and read without a lock;
-//    Start, Stop and Wait of one object must not be called concurrently.
-//  - Failures are thrown as WorkException* (codes 7221 start, 7222 stop,
-//    7223 wait; 0 from the constructor); the catcher deletes the object.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_SERVICE_THREAD_H
 #define VEMLO_SERVICE_THREAD_H
 
@@ -43,55 +11,86 @@
 namespace Vemlo {
 namespace Service {
 
+/// \brief Abstract base of every class that works on a thread of its own.
+///
+/// Thread is the abstract base of every class that works on a thread of its
+/// own: derive from it, implement Run(), then call Start(). The operating-
+/// system thread is created by the constructor and parked at once; Start()
+/// releases it through a handshake on one mutex and one condition. Inside the
+/// thread cancellation is disabled, so Stop() never tears Run() apart: Run()
+/// ends when it sees the stop flag (the protected member m_bStop, also
+/// readable through isStopRequested()).
+///
+/// Promises a caller must know:
+///  - State values (getState()): 3 under construction, 4 thread created,
+///    0 parked, 1 running, 2 finished or stopped. Wait() returns true both
+///    when the thread finished and when the time ran out: read the state.
+///  - Start() on a running thread is a no-op returning true. Start() after
+///    Run() returned without a Stop() polls for ever: stop before restarting.
+///  - A restart after Stop(true) works: Start() releases its handshake mutex
+///    once the thread has answered, and clears the stop flag before Run() can
+///    begin. Restart only after the previous Run() has returned (Stop(true)),
+///    or the old thread's end can overwrite the new state.
+///  - Stop(true) joins, so it returns only when Run() has returned by itself;
+///    Stop(false) and the destructor never wait for a running Run(). A thread
+///    that is to be deleted must be stopped with Stop(true) first, or handed
+///    to the ThreadMemoryRemover.
+///  - A thread that was never started is released by Stop() or by the
+///    destructor: its parked OS thread ends without calling Run() and is
+///    joined, so nothing stays parked on a destroyed object.
+///  - The state word and the stop flag are atomic and read without a lock;
+///    Start, Stop and Wait of one object must not be called concurrently.
+///  - Failures are thrown as WorkException* (codes 7221 start, 7222 stop,
+///    7223 wait; 0 from the constructor); the catcher deletes the object.
 class VEMLO_API Thread {
 public:
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
 
-    // When Stop() was never called: sets the stop flag, cancels the thread
-    // (without effect, cancellation being disabled) and forgets it without
-    // joining. A subclass that must be sure its thread is gone calls
-    // Stop(true) in its own destructor.
+    /// When Stop() was never called: sets the stop flag, cancels the thread
+    /// (without effect, cancellation being disabled) and forgets it without
+    /// joining. A subclass that must be sure its thread is gone calls
+    /// Stop(true) in its own destructor.
     virtual ~Thread();
 
-    // The work of the thread; its return ends the thread. Loops should end
-    // when m_bStop becomes true.
+    /// The work of the thread; its return ends the thread. Loops should end
+    /// when m_bStop becomes true.
     virtual void Run() = 0;
 
-    // Releases the parked thread; true when it runs afterwards. A stopped
-    // thread gets a fresh OS thread first. Waits for the thread to park by
-    // polling every 50 ms. Throws WorkException* 7221 on an unexpected
-    // failure.
+    /// Releases the parked thread; true when it runs afterwards. A stopped
+    /// thread gets a fresh OS thread first. Waits for the thread to park by
+    /// polling every 50 ms. Throws WorkException* 7221 on an unexpected
+    /// failure.
     bool Start();
 
-    // Sets the stop flag, cancels the thread (pending, since it is disabled
-    // inside) and, when `wait` is true, joins it. Always true unless it throws
-    // WorkException* 7222.
+    /// Sets the stop flag, cancels the thread (pending, since it is disabled
+    /// inside) and, when `wait` is true, joins it. Always true unless it throws
+    /// WorkException* 7222.
     bool Stop(bool wait);
 
-    // Polls every 1 ms until the state is 2 or `milliseconds` have passed;
-    // -1 waits for ever. Always true unless it throws WorkException* 7223.
+    /// Polls every 1 ms until the state is 2 or `milliseconds` have passed;
+    /// -1 waits for ever. Always true unless it throws WorkException* 7223.
     bool Wait(long milliseconds);
 
-    // The entry function of the OS thread; `self` is the Thread.
+    /// The entry function of the OS thread; `self` is the Thread.
     static void* ThreadRun(void* self);
 
-    // The state word (see the header comment).
+    /// The state word (see the class comment).
     int getState() const { return m_nState.load(std::memory_order_acquire); }
 
-    // True once Stop() was called, until the next successful Start().
+    /// True once Stop() was called, until the next successful Start().
     bool isStopRequested() const { return m_bStop.load(std::memory_order_acquire); }
 
 protected:
-    // Creates the OS thread and lets it park. Throws WorkException* (code 0)
-    // when the mutex or the condition cannot be initialised.
+    /// Creates the OS thread and lets it park. Throws WorkException* (code 0)
+    /// when the mutex or the condition cannot be initialised.
     Thread();
 
     // Field order is the object's binary layout. The two words polled across
     // threads are atomics of the size of the plain bool and int they stand
     // for.
 
-    // The cooperative stop flag: read it in Run() to end the loop.
+    /// The cooperative stop flag: read it in Run() to end the loop.
     std::atomic<bool> m_bStop;
 
 private:

@@ -1,26 +1,4 @@
 //===- Vemlo/State/StateUnit.h - One state of a state machine ---*- C++ -*-===//
-//
-// StateUnit is one state of a StateMachine: a plain record with a name, an
-// optional entry callback and the transitions that leave it. Transitions
-// add themselves to their source state when they are made.
-//
-//     void onOpen(EventMessage* m, void* machine, StateUnit* state);
-//     StateUnit closed, open;
-//     closed.name = "closed";
-//     open.name = "open";
-//     open.onEntry = &onOpen;
-//     new Transition(&closed, &open, EV_OPEN, nullptr); // owned by `closed`
-//
-// Ownership: a state owns its transitions (the list deletes them when the
-// state goes); create them with new and do not delete them yourself. The
-// name is not copied: point it at text that lives as long as the state. A
-// state must outlive the machines and transitions that point at it.
-//
-// `id` and `userData` are the application's; the framework never reads them.
-//
-// Not copyable (the transition list is not).
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_STATE_STATEUNIT_H
 #define VEMLO_STATE_STATEUNIT_H
 
@@ -37,27 +15,57 @@ namespace State {
 struct StateUnit;
 class Transition;
 
-// Called when a state is entered: (message, machine, the new state). The
-// machine is the StateMachine*, passed as void*.
+/// Called when a state is entered: (message, machine, the new state). The
+/// machine is the StateMachine*, passed as void*.
 typedef void (*StateEntryCallback)(Vemlo::Event::EventMessage* message, void* machine,
                                    StateUnit* state);
 
+/// \brief One state of a StateMachine: a name, an entry callback and its transitions.
+///
+/// StateUnit is one state of a StateMachine: a plain record with a name, an
+/// optional entry callback and the transitions that leave it. Transitions
+/// add themselves to their source state when they are made.
+///
+/// \code{.cpp}
+/// void onOpen(EventMessage* m, void* machine, StateUnit* state);
+/// StateUnit closed, open;
+/// closed.name = "closed";
+/// open.name = "open";
+/// open.onEntry = &onOpen;
+/// new Transition(&closed, &open, EV_OPEN, nullptr); // owned by `closed`
+/// \endcode
+///
+/// Ownership: a state owns its transitions (the list deletes them when the
+/// state goes); create them with new and do not delete them yourself. The
+/// name is not copied: point it at text that lives as long as the state. A
+/// state must outlive the machines and transitions that point at it.
+///
+/// `id` and `userData` are the application's; the framework never reads them.
+///
+/// Not copyable (the transition list is not).
 struct VEMLO_API StateUnit {
-    // Selects the first transition of this state whose event id equals the
-    // message's, runs its action, records the step in the machine's history
-    // and returns the transition's post state. Returns this state, doing
-    // nothing else, when no transition matches, when the matching one has no
-    // post state (it does not fire), when a null entry is met in the list
-    // (printed to standard output) or for a null message. `machine` must be
-    // the StateMachine that owns the history, or null to record nothing.
+    /// Selects the first transition of this state whose event id equals the
+    /// message's, runs its action, records the step in the machine's history
+    /// and returns the transition's post state. Returns this state, doing
+    /// nothing else, when no transition matches, when the matching one has no
+    /// post state (it does not fire), when a null entry is met in the list
+    /// (printed to standard output) or for a null message. `machine` must be
+    /// the StateMachine that owns the history, or null to record nothing.
     StateUnit* OnTransition(Vemlo::Event::EventMessage* message, void* machine);
 
     // Field order is the object's binary layout.
+    ///@{
+    /// The application's; the framework never reads it.
     int id = 0;
     void* userData = nullptr;
+    ///@}
+    /// The state's name, not copied: point it at text that lives as long as
+    /// the state.
     const char* name = nullptr;
+    /// Called on the machine's thread when the state is entered; null for
+    /// none.
     StateEntryCallback onEntry = nullptr;
-    // Transition* items, in the order they were made; owned.
+    /// Transition* items, in the order they were made; owned.
     Vemlo::Data::Collection::ArrayList transitions;
 };
 

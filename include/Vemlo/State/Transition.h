@@ -1,25 +1,4 @@
 //===- Vemlo/State/Transition.h - An edge between two states ----*- C++ -*-===//
-//
-// Transition leads from a source state to a post state when a message with
-// its event id arrives; an optional action runs before the move. The
-// constructor adds the transition to its source state's list, which then
-// owns it (create it with new; the state deletes it).
-//
-//     void log(EventMessage* m, void* machine, Transition* t);
-//     new Transition(&idle, &busy, EV_START, reinterpret_cast<void*>(&log));
-//
-// A transition may know several candidate post states by name
-// (AddPostState) and switch between them (setPostState); the current one is
-// getPostState(). A transition whose post state is null does not fire: the
-// machine stays where it is and nothing is run or recorded.
-//
-// The source, post states and action are taken as void*, as existing
-// callers pass them; the source and post states must be StateUnit*, the
-// action a TransitionAction (or null).
-//
-// Not copyable.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_STATE_TRANSITION_H
 #define VEMLO_STATE_TRANSITION_H
 
@@ -37,37 +16,63 @@ namespace State {
 struct StateUnit;
 class Transition;
 
-// Runs before the move: (message, machine, the transition). The machine is
-// the StateMachine*, passed as void*.
+/// Runs before the move: (message, machine, the transition). The machine is
+/// the StateMachine*, passed as void*.
 typedef void (*TransitionAction)(Vemlo::Event::EventMessage* message, void* machine,
                                  Transition* transition);
 
+/// \brief An edge from a source state to a post state, fired by one event id.
+///
+/// Transition leads from a source state to a post state when a message with
+/// its event id arrives; an optional action runs before the move. The
+/// constructor adds the transition to its source state's list, which then
+/// owns it (create it with new; the state deletes it).
+///
+/// \code{.cpp}
+/// void log(EventMessage* m, void* machine, Transition* t);
+/// new Transition(&idle, &busy, EV_START, reinterpret_cast<void*>(&log));
+/// \endcode
+///
+/// A transition may know several candidate post states by name
+/// (AddPostState) and switch between them (setPostState); the current one is
+/// getPostState(). A transition whose post state is null does not fire: the
+/// machine stays where it is and nothing is run or recorded.
+///
+/// The source, post states and action are taken as void*, as existing
+/// callers pass them; the source and post states must be StateUnit*, the
+/// action a TransitionAction (or null).
+///
+/// Not copyable.
 class VEMLO_API Transition : public Vemlo::Data::Object {
 public:
-    // No post state yet. A null source adds the transition to no state (the
-    // caller then owns it).
+    /// No post state yet. A null source adds the transition to no state (the
+    /// caller then owns it).
     Transition(void* source, int eventId, void* action);
-    // Also enters `postState` among the candidates under its name and makes
-    // it the post state.
+    /// Also enters `postState` among the candidates under its name and makes
+    /// it the post state.
     Transition(void* source, void* postState, int eventId, void* action);
     Transition(const Transition&) = delete;
     Transition& operator=(const Transition&) = delete;
 
-    // Frees the candidate table's entries, not the states.
+    /// Frees the candidate table's entries, not the states.
     ~Transition() override;
 
-    // Enters `state` (a StateUnit*) among the candidates under its name (a
-    // null name is the empty name; a known name gets the new state) and makes
-    // it the post state. A null state is ignored.
+    /// Enters `state` (a StateUnit*) among the candidates under its name (a
+    /// null name is the empty name; a known name gets the new state) and makes
+    /// it the post state. A null state is ignored.
     void AddPostState(void* state);
 
-    // Makes the candidate named `name` the post state; null when no
-    // candidate has that name (the transition then does not fire).
+    /// Makes the candidate named `name` the post state; null when no
+    /// candidate has that name (the transition then does not fire).
     void setPostState(const char* name);
 
+    /// The event id that fires the transition.
     int getEventId() const { return m_nEventId; }
+    /// The state the transition leaves, which owns it; null if none was given.
     StateUnit* getSourceState() const { return m_pSource; }
+    /// The state it leads to; null when none is set (it then does not fire).
     StateUnit* getPostState() const { return m_pPostState; }
+    /// Run before the move; null for none.
     TransitionAction getAction() const { return m_pAction; }
 
 private:

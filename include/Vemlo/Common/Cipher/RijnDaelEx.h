@@ -1,26 +1,4 @@
 //===- Vemlo/Common/Cipher/RijnDaelEx.h - AES-128 with its own key -*- C++ -*-===//
-//
-// RijnDaelEx is Rijndael fixed to 128-bit blocks and 128-bit keys (that is,
-// AES-128 of FIPS-197) with the key schedule kept inside the object. It
-// enciphers single blocks and whole buffers block by block (no chaining, no
-// initialisation vector), and its static helpers spread consecutive blocks
-// over an array of objects with different keys, rotating through them.
-//
-// Kept for existing callers: Enc, Dec and the static EncBlock/DecBlock copy a
-// tail of 1 to 15 bytes to the output unchanged (not enciphered, no padding),
-// so the output always has the input's length. Callers that need the tail
-// protected pad to a multiple of 16 themselves.
-//
-// Choices for inputs the interface does not define: a null key leaves the
-// object unchanged; before any key is set, EncBlock and DecBlock write 16 zero
-// bytes (never the plaintext); null buffers do nothing; the static helpers do
-// nothing for a null array or a count below 1; SetKeys returns 0 for a null
-// array or key, or a negative count.
-//
-// An object is not locked; once its key is set, the block operations only
-// read it. Objects are plain data, used in contiguous arrays by the helpers.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_COMMON_CIPHER_RIJNDAELEX_H
 #define VEMLO_COMMON_CIPHER_RIJNDAELEX_H
 
@@ -32,50 +10,76 @@ namespace Vemlo {
 namespace Common {
 namespace Cipher {
 
+/// \brief AES-128 (Rijndael with 128-bit blocks and keys) that keeps its key schedule
+/// inside the object.
+///
+/// RijnDaelEx is Rijndael fixed to 128-bit blocks and 128-bit keys (that is,
+/// AES-128 of FIPS-197) with the key schedule kept inside the object. It
+/// enciphers single blocks and whole buffers block by block (no chaining, no
+/// initialisation vector), and its static helpers spread consecutive blocks
+/// over an array of objects with different keys, rotating through them.
+///
+/// Kept for existing callers: Enc, Dec and the static EncBlock/DecBlock copy a
+/// tail of 1 to 15 bytes to the output unchanged (not enciphered, no padding),
+/// so the output always has the input's length. Callers that need the tail
+/// protected pad to a multiple of 16 themselves.
+///
+/// Choices for inputs the interface does not define: a null key leaves the
+/// object unchanged; before any key is set, EncBlock and DecBlock write 16 zero
+/// bytes (never the plaintext); null buffers do nothing; the static helpers do
+/// nothing for a null array or a count below 1; SetKeys returns 0 for a null
+/// array or key, or a negative count.
+///
+/// An object is not locked; once its key is set, the block operations only
+/// read it. Objects are plain data, used in contiguous arrays by the helpers.
 class VEMLO_API RijnDaelEx {
 public:
-    // No key, rounds 0.
+    /// No key, rounds 0.
     RijnDaelEx();
+    ///@{
+    /// Member-wise copy: the copy has the same key and schedules.
     RijnDaelEx(const RijnDaelEx& other) = default;
     RijnDaelEx& operator=(const RijnDaelEx& other) = default;
+    ///@}
 
     virtual ~RijnDaelEx();
 
-    // Sets rounds to 10, copies 16 bytes of `key` and computes both schedules.
+    /// Sets rounds to 10, copies 16 bytes of `key` and computes both schedules.
     void SetKey(const char* key);
 
-    // Gives object i of `objects` the 16 key bytes at 16 x i of `keys`. The
-    // number of keys is keyLength / 16 (a remainder is ignored); when it is
-    // not `count`, returns 0 and sets nothing. Returns 1 otherwise.
+    /// Gives object i of `objects` the 16 key bytes at 16 x i of `keys`. The
+    /// number of keys is keyLength / 16 (a remainder is ignored); when it is
+    /// not `count`, returns 0 and sets nothing. Returns 1 otherwise.
     static int SetKeys(RijnDaelEx* objects, int count, const char* keys, int keyLength);
 
-    // The 16 key bytes last given to SetKey (all zero before).
+    /// The 16 key bytes last given to SetKey (all zero before).
     char* getKey();
 
-    // One 16-byte block with this object's key; `in` and `out` may be the
-    // same buffer.
+    /// One 16-byte block with this object's key; `in` and `out` may be the
+    /// same buffer.
     void EncBlock(const char* in, char* out);
 
-    // Inverse of EncBlock.
+    /// Inverse of EncBlock.
     void DecBlock(const char* in, char* out);
 
-    // Enciphers each whole 16-byte block of `in` independently; a tail of 1
-    // to 15 bytes is copied unchanged. The output has the input's length.
-    // Always returns 1 (also for a length below 1, which does nothing).
+    /// Enciphers each whole 16-byte block of `in` independently; a tail of 1
+    /// to 15 bytes is copied unchanged. The output has the input's length.
+    /// Always returns 1 (also for a length below 1, which does nothing).
     int Enc(const char* in, char* out, int length);
 
-    // Inverse of Enc; always returns 1.
+    /// Inverse of Enc; always returns 1.
     int Dec(const char* in, char* out, int length);
 
-    // Whole blocks in order, block k with objects[k % count]; a tail below 16
-    // bytes is copied unchanged. A length below 1 does nothing.
+    /// Whole blocks in order, block k with objects[k % count]; a tail below 16
+    /// bytes is copied unchanged. A length below 1 does nothing.
     static void EncBlock(RijnDaelEx* objects, int count, const char* in, char* out, int length);
 
-    // Inverse of the static EncBlock with the same objects.
+    /// Inverse of the static EncBlock with the same objects.
     static void DecBlock(RijnDaelEx* objects, int count, const char* in, char* out, int length);
 
-    // Class-wide constant tables holding the published Rijndael values. Round
-    // table words pack a column big-endian (row 0 in the high byte).
+    ///@{
+    /// Class-wide constant tables holding the published Rijndael values. Round
+    /// table words pack a column big-endian (row 0 in the high byte).
     static const std::uint8_t sm_S[256];
     static const std::uint8_t sm_Si[256];
     static const std::uint32_t sm_T1[256];
@@ -90,12 +94,16 @@ public:
     static const std::uint32_t sm_U2[256];
     static const std::uint32_t sm_U3[256];
     static const std::uint32_t sm_U4[256];
-    // GF(2^8) logarithms to base 3 and powers of 3 (sm_log[0] is 0).
+    ///@}
+    ///@{
+    /// GF(2^8) logarithms to base 3 and powers of 3 (sm_log[0] is 0).
     static const int sm_log[256];
     static const int sm_alog[256];
+    ///@}
+    /// Round constants of the key schedule.
     static const std::uint8_t sm_rcon[30];
-    // Row shifts for block sizes of 128, 192 and 256 bits: for each row the
-    // offset used when enciphering and the one used when deciphering.
+    /// Row shifts for block sizes of 128, 192 and 256 bits: for each row the
+    /// offset used when enciphering and the one used when deciphering.
     static const int sm_shifts[3][4][2];
 
 private:

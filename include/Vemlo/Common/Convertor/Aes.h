@@ -1,23 +1,4 @@
 //===- Vemlo/Common/Convertor/Aes.h - AES block cipher and CBC --*- C++ -*-===//
-//
-// Aes is the AES block cipher of FIPS-197 (16-byte blocks; 128-, 192- and
-// 256-bit keys) with cipher block chaining over buffers. It is table-driven
-// software AES, fit for processors without AES instructions.
-//
-// An Aes object holds no state: every operation works on a key record
-// (stAesKeySt, also named AES_KEY) that the caller allocates and owns. A
-// record is filled by AESSetEncryptKey or AESSetDecryptKey and is then only
-// read, so one record may be used by several threads at once.
-//
-// AESCbcEncrypt has no error result: null buffers or an unknown direction stop
-// the process with an assertion message on standard error, in every build.
-//
-// Choices for inputs the interface does not define: AESEncrypt, AESDecrypt
-// and AESCbcEncrypt do nothing when the record's rounds are not 10, 12 or 14
-// (a record that was never set up successfully), and AESEncrypt/AESDecrypt do
-// nothing when a pointer is null.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_COMMON_CONVERTOR_AES_H
 #define VEMLO_COMMON_CONVERTOR_AES_H
 
@@ -27,52 +8,76 @@ namespace Vemlo {
 namespace Common {
 namespace Convertor {
 
-// Directions of Aes::AESCbcEncrypt.
+///@{
+/// Directions of Aes::AESCbcEncrypt.
 constexpr int AES_ENCRYPT_ = 1;
 constexpr int AES_DECRYPT_ = 0;
+///@}
 
-// An expanded key: 4 x (rounds + 1) round-key words are used, each a
-// big-endian packing of four key bytes (byte 0 in the high byte).
+/// \brief An expanded AES key, filled by Aes::AESSetEncryptKey or
+/// Aes::AESSetDecryptKey.
+///
+/// An expanded key: 4 x (rounds + 1) round-key words are used, each a
+/// big-endian packing of four key bytes (byte 0 in the high byte).
 struct stAesKeySt {
-    unsigned int rd_key[60];
-    int rounds;
+    unsigned int rd_key[60]; ///< The round keys; 4 x (rounds + 1) words are used.
+    int rounds;              ///< 10, 12 or 14 for 128-, 192- and 256-bit keys.
 };
+/// The key record under the name existing callers use.
 typedef stAesKeySt AES_KEY;
 
+/// \brief Table-driven AES block cipher (128-, 192- and 256-bit keys) with CBC over buffers.
+///
+/// Aes is the AES block cipher of FIPS-197 (16-byte blocks; 128-, 192- and
+/// 256-bit keys) with cipher block chaining over buffers. It is table-driven
+/// software AES, fit for processors without AES instructions.
+///
+/// An Aes object holds no state: every operation works on a key record
+/// (stAesKeySt, also named AES_KEY) that the caller allocates and owns. A
+/// record is filled by AESSetEncryptKey or AESSetDecryptKey and is then only
+/// read, so one record may be used by several threads at once.
+///
+/// AESCbcEncrypt has no error result: null buffers or an unknown direction stop
+/// the process with an assertion message on standard error, in every build.
+///
+/// Choices for inputs the interface does not define: AESEncrypt, AESDecrypt
+/// and AESCbcEncrypt do nothing when the record's rounds are not 10, 12 or 14
+/// (a record that was never set up successfully), and AESEncrypt/AESDecrypt do
+/// nothing when a pointer is null.
 class VEMLO_API Aes {
 public:
     Aes();
     virtual ~Aes();
 
-    // Expands `userKey` (`bits` = 128, 192 or 256) into `key` for encryption.
-    // Returns 0 on success, -1 when `userKey` or `key` is null, -2 for any
-    // other bit count; on failure `key` is left untouched.
+    /// Expands `userKey` (`bits` = 128, 192 or 256) into `key` for encryption.
+    /// Returns 0 on success, -1 when `userKey` or `key` is null, -2 for any
+    /// other bit count; on failure `key` is left untouched.
     static int AESSetEncryptKey(const unsigned char* userKey, int bits, stAesKeySt* key);
 
-    // Same arguments and results; fills `key` with the decryption schedule
-    // (equivalent inverse cipher) used by AESDecrypt and CBC decryption.
+    /// Same arguments and results; fills `key` with the decryption schedule
+    /// (equivalent inverse cipher) used by AESDecrypt and CBC decryption.
     static int AESSetDecryptKey(const unsigned char* userKey, int bits, stAesKeySt* key);
 
-    // Enciphers one 16-byte block; `in` and `out` may be the same buffer.
+    /// Enciphers one 16-byte block; `in` and `out` may be the same buffer.
     static void AESEncrypt(const unsigned char* in, unsigned char* out, const stAesKeySt* key);
 
-    // Deciphers one 16-byte block with a decryption schedule; `in` and `out`
-    // may be the same buffer.
+    /// Deciphers one 16-byte block with a decryption schedule; `in` and `out`
+    /// may be the same buffer.
     static void AESDecrypt(const unsigned char* in, unsigned char* out, const stAesKeySt* key);
 
-    // CBC over `length` bytes with `ivec` (16 bytes) as the chaining value,
-    // read and updated so that consecutive calls continue the chain. `nEnc`
-    // is AES_ENCRYPT_ (with an encryption schedule) or AES_DECRYPT_ (with a
-    // decryption schedule). `ucIn` and `ucOut` may be the same buffer.
-    //
-    // A last partial block of n bytes is handled as if the plaintext were
-    // padded with zero bytes: encryption writes a whole block, so `ucOut`
-    // needs `length` rounded up to 16; decryption reads a whole block from
-    // `ucIn` and writes only n bytes. Length 0 changes nothing.
-    //
-    // Null buffers or another direction abort the process with the messages
-    // "ucIn && ucOut && pKey && ucIvec" and
-    // "(AES_ENCRYPT_ == nEnc) || (AES_DECRYPT_ == nEnc)".
+    /// CBC over `length` bytes with `ivec` (16 bytes) as the chaining value,
+    /// read and updated so that consecutive calls continue the chain. `nEnc`
+    /// is AES_ENCRYPT_ (with an encryption schedule) or AES_DECRYPT_ (with a
+    /// decryption schedule). `ucIn` and `ucOut` may be the same buffer.
+    ///
+    /// A last partial block of n bytes is handled as if the plaintext were
+    /// padded with zero bytes: encryption writes a whole block, so `ucOut`
+    /// needs `length` rounded up to 16; decryption reads a whole block from
+    /// `ucIn` and writes only n bytes. Length 0 changes nothing.
+    ///
+    /// Null buffers or another direction abort the process with the messages
+    /// "ucIn && ucOut && pKey && ucIvec" and
+    /// "(AES_ENCRYPT_ == nEnc) || (AES_DECRYPT_ == nEnc)".
     static void AESCbcEncrypt(const unsigned char* ucIn, unsigned char* ucOut, unsigned long length,
                               const stAesKeySt* pKey, unsigned char* ucIvec, int nEnc);
 };

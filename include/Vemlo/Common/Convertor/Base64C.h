@@ -1,22 +1,4 @@
 //===- Vemlo/Common/Convertor/Base64C.h - Base64 in 80-column lines -*- C++ -*-===//
-//
-// Base64C encodes with the standard alphabet and '=' padding, breaking the
-// text into lines of 80 characters ended by carriage return and line feed,
-// and decodes such text back. The object holds only its alphabet and padding
-// character, set by the constructor and only read afterwards, so one object
-// may be used by several threads at once.
-//
-// Ownership: Base64Encode returns a NUL-terminated buffer from malloc that
-// the caller releases with free. Base64Decode writes into the caller's
-// buffer, which must hold len * 3 / 4 bytes (rounded down); it never writes
-// more than that and appends no NUL.
-//
-// Choices for inputs the interface does not define: a null `in` or a
-// negative `len` encodes as the empty input; a null `outLen` is not written;
-// the encoder returns null when malloc fails or the text would not fit an
-// int. Decoding a null `in` or into a null `out` returns 0.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_COMMON_CONVERTOR_BASE64C_H
 #define VEMLO_COMMON_CONVERTOR_BASE64C_H
 
@@ -26,31 +8,51 @@ namespace Vemlo {
 namespace Common {
 namespace Convertor {
 
+/// \brief Base64 encoding in 80-column CR LF lines, and decoding of such text.
+///
+/// Base64C encodes with the standard alphabet and '=' padding, breaking the
+/// text into lines of 80 characters ended by carriage return and line feed,
+/// and decodes such text back. The object holds only its alphabet and padding
+/// character, set by the constructor and only read afterwards, so one object
+/// may be used by several threads at once.
+///
+/// Ownership: Base64Encode returns a NUL-terminated buffer from malloc that
+/// the caller releases with free. Base64Decode writes into the caller's
+/// buffer, which must hold len * 3 / 4 bytes (rounded down); it never writes
+/// more than that and appends no NUL.
+///
+/// Choices for inputs the interface does not define: a null `in` or a
+/// negative `len` encodes as the empty input; a null `outLen` is not written;
+/// the encoder returns null when malloc fails or the text would not fit an
+/// int. Decoding a null `in` or into a null `out` returns 0.
 class VEMLO_API Base64C {
 public:
-    // The standard alphabet and '=' as the padding character.
+    /// The standard alphabet and '=' as the padding character.
     Base64C();
+    ///@{
+    /// Member-wise copy: the same alphabet and padding character.
     Base64C(const Base64C& other) = default;
     Base64C& operator=(const Base64C& other) = default;
+    ///@}
 
     virtual ~Base64C();
 
-    // Encodes `len` bytes of `in` into new NUL-terminated text. Carriage
-    // return and line feed follow every 80th character, as soon as a group
-    // (the final, padded one included) brings the count to a multiple of 80,
-    // also at the very end. `*outLen` is the number of characters written,
-    // line breaks included, plus one.
+    /// Encodes `len` bytes of `in` into new NUL-terminated text. Carriage
+    /// return and line feed follow every 80th character, as soon as a group
+    /// (the final, padded one included) brings the count to a multiple of 80,
+    /// also at the very end. `*outLen` is the number of characters written,
+    /// line breaks included, plus one.
     char* Base64Encode(unsigned char* in, int len, int* outLen);
 
-    // Decodes at most `len` characters of `in` into `out` and returns the
-    // number of bytes written. Carriage returns and line feeds are skipped;
-    // the padding character or any other character outside the alphabet ends
-    // the decoding without an error. A last group of k = 1, 2 or 3 characters
-    // gives k - 1 bytes.
+    /// Decodes at most `len` characters of `in` into `out` and returns the
+    /// number of bytes written. Carriage returns and line feeds are skipped;
+    /// the padding character or any other character outside the alphabet ends
+    /// the decoding without an error. A last group of k = 1, 2 or 3 characters
+    /// gives k - 1 bytes.
     int Base64Decode(unsigned char* in, int len, unsigned char* out);
 
-    // 1 for an ASCII letter or digit, '+', '/', carriage return (13) or line
-    // feed (10); otherwise 0.
+    /// 1 for an ASCII letter or digit, '+', '/', carriage return (13) or line
+    /// feed (10); otherwise 0.
     int isBase64(unsigned char c);
 
 private:

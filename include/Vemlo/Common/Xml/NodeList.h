@@ -1,10 +1,4 @@
 //===- Vemlo/Common/Xml/NodeList.h - A list of nodes found by a search -*- C++ -*-===//
-//
-// NodeList holds the nodes a search found, in the order found. It owns only
-// its own storage: deleting it never deletes a node. A list returned by a
-// search belongs to the caller, who deletes it.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_COMMON_XML_NODELIST_H
 #define VEMLO_COMMON_XML_NODELIST_H
 
@@ -18,16 +12,22 @@ namespace Xml {
 
 class Node;
 
+/// \brief The nodes an XML search found, in order; owns none of them.
+///
+/// NodeList holds the nodes a search found, in the order found. It owns only
+/// its own storage: deleting it never deletes a node. A list returned by a
+/// search belongs to the caller, who deletes it.
 class VEMLO_API NodeList {
 public:
     NodeList();
     virtual ~NodeList();
 
-    // Appends `node` (not owned); always 1.
+    /// Appends `node` (not owned); always 1.
     int addNode(Node* node);
+    /// Number of entries, null ones included.
     int getNodeCount() const;
-    // The entry at `index`; null when the index is negative or not below the
-    // count.
+    /// The entry at `index`; null when the index is negative or not below the
+    /// count.
     Node* getNode(int index) const;
 
 private:

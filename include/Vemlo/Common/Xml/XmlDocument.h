@@ -1,30 +1,4 @@
 //===- Vemlo/Common/Xml/XmlDocument.h - Load, search and save XML -*- C++ -*-===//
-//
-// XmlDocument is the root object applications load, search and save. It is
-// an unnamed Node whose first child is the root element of the file.
-//
-// The reader is a substring scanner for the small, regular files libVemlo
-// writes itself (configuration and property files), not a conforming XML
-// parser, and files written for it load the same way everywhere:
-//  - attributes may use single or double quotes (up to ten single quotes per
-//    start tag are read as double quotes);
-//  - an element ends at the first `</name>` after its start, so an element
-//    holding one of the same name is cut at the inner end tag;
-//  - a comment ends at its first '>', not at `-->`;
-//  - element names end only at a blank or '>' (a tab or newline belongs to
-//    the name);
-//  - no entity, character reference or CDATA section is decoded;
-//  - an element has a value only when its content holds no child element;
-//  - only the first top-level element is read, and a document that is just
-//    `<root/>` loads as one unnamed, empty child.
-// The writer puts every element on a new line and writes names, values and
-// attributes as stored, without escaping: text without markup characters
-// ('<', '>', '&', '"') loads back into the same tree.
-//
-// Errors are thrown as XmlException* (the catcher deletes it); elements
-// already appended before a failure stay in the tree.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_COMMON_XML_XMLDOCUMENT_H
 #define VEMLO_COMMON_XML_XMLDOCUMENT_H
 
@@ -37,42 +11,68 @@ namespace Vemlo {
 namespace Common {
 namespace Xml {
 
+/// \brief The XML document applications load, search and save.
+///
+/// XmlDocument is the root object applications load, search and save. It is
+/// an unnamed Node whose first child is the root element of the file.
+///
+/// The reader is a substring scanner for the small, regular files libVemlo
+/// writes itself (configuration and property files), not a conforming XML
+/// parser, and files written for it load the same way everywhere:
+///  - attributes may use single or double quotes (up to ten single quotes per
+///    start tag are read as double quotes);
+///  - an element ends at the first `</name>` after its start, so an element
+///    holding one of the same name is cut at the inner end tag;
+///  - a comment ends at its first '>', not at `-->`;
+///  - element names end only at a blank or '>' (a tab or newline belongs to
+///    the name);
+///  - no entity, character reference or CDATA section is decoded;
+///  - an element has a value only when its content holds no child element;
+///  - only the first top-level element is read, and a document that is just
+///    `<root/>` loads as one unnamed, empty child.
+///
+/// The writer puts every element on a new line and writes names, values and
+/// attributes as stored, without escaping: text without markup characters
+/// ('<', '>', '&', '"') loads back into the same tree.
+///
+/// Errors are thrown as XmlException* (the catcher deletes it); elements
+/// already appended before a failure stay in the tree.
 class VEMLO_API XmlDocument : public Node {
 public:
-    // An empty document with no file name.
+    /// An empty document with no file name.
     XmlDocument();
 
-    // Deletes every element of the document.
+    /// Deletes every element of the document.
     ~XmlDocument() override;
 
-    // Parses the first top-level element of `xml` into one new child of the
-    // document (an XML declaration before it is skipped). 1 on success, 0
-    // when no element can be delimited (1 if the document already had
-    // children and `xml` holds no tag at all). Throws XmlException* with code
-    // 7241 and "Error to load xml document : ..." when the scan fails.
+    /// Parses the first top-level element of `xml` into one new child of the
+    /// document (an XML declaration before it is skipped). 1 on success, 0
+    /// when no element can be delimited (1 if the document already had
+    /// children and `xml` holds no tag at all). Throws XmlException* with code
+    /// 7241 and "Error to load xml document : ..." when the scan fails.
     int LoadXML(String xml);
 
-    // Reads the whole file `path` (up to its first zero byte) and loads it
-    // with LoadXML; the path becomes the document's file name. Throws
-    // XmlException* "fopen error : <path>" when it cannot be opened and
-    // "Read Error: nRead=..., lLength=..." when it cannot be read whole (also
-    // for a folder).
+    /// Reads the whole file `path` (up to its first zero byte) and loads it
+    /// with LoadXML; the path becomes the document's file name. Throws
+    /// XmlException* "fopen error : <path>" when it cannot be opened and
+    /// "Read Error: nRead=..., lLength=..." when it cannot be read whole (also
+    /// for a folder).
     int LoadXMLFile(const char* path);
 
-    // The outer XML of every element of the document, in order, in a buffer
-    // the document owns (valid until the next call). Empty for an empty
-    // document.
+    /// The outer XML of every element of the document, in order, in a buffer
+    /// the document owns (valid until the next call). Empty for an empty
+    /// document.
     const char* getInnerXml();
     using Node::getInnerXml;
 
-    // Writes getInnerXml() to `path`, or to the file name of the last
-    // LoadXMLFile when `path` is empty or null. 1; 0 when the file cannot be
-    // opened (a short write is not detected).
+    /// Writes getInnerXml() to `path`, or to the file name of the last
+    /// LoadXMLFile when `path` is empty or null. 1; 0 when the file cannot be
+    /// opened (a short write is not detected).
     int WriteXMLFile(const char* path);
 
-    // Every element named `name`, in pre-order, searched in each element of
-    // the document (not the document node itself). Null when nothing
-    // matched; otherwise the caller owns and deletes the list.
+    /// Every element named `name`, in pre-order, searched in each element of
+    /// the document (not the document node itself). Null when nothing
+    /// matched; otherwise the caller owns and deletes the list.
     NodeList* getNodeListByName(const char* name);
     using Node::getNodeListByName;
 

@@ -1,10 +1,4 @@
 //===- Vemlo/Common/Xml/XmlException.h ---------------------------------------*- C++ -*-===//
-//
-// Reports that an XML document cannot be loaded (code 7241).
-// Thrown as a pointer (`throw new XmlException(message, code)`); the handler
-// that catches it owns it and deletes it.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_COMMON_XML_XMLEXCEPTION_H
 #define VEMLO_COMMON_XML_XMLEXCEPTION_H
 
@@ -15,9 +9,14 @@ namespace Vemlo {
 namespace Common {
 namespace Xml {
 
+/// \brief Thrown when an XML document cannot be loaded (code 7241).
+///
+/// Reports that an XML document cannot be loaded (code 7241).
+/// Thrown as a pointer (`throw new XmlException(message, code)`); the handler
+/// that catches it owns it and deletes it.
 class VEMLO_API XmlException : public Vemlo::Common::Exception {
 public:
-    // The same three forms as Exception: (), (message), (message, code).
+    /// The same three forms as Exception: (), (message), (message, code).
     using Vemlo::Common::Exception::Exception;
 
     ~XmlException() override;

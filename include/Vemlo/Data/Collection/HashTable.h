@@ -1,34 +1,4 @@
 //===- Vemlo/Data/Collection/HashTable.h - String-keyed table ---*- C++ -*-===//
-//
-// HashTable is the framework's string-keyed table. Its entries are
-// HashElements kept twice: in the list it inherits from ArrayList (insertion
-// order, index access) and in an ordered map from key to element (lookup by
-// key). A key is entered at most once: adding under an existing key replaces
-// the value in place and keeps the position.
-//
-// Ownership: the table owns its elements (delete flag set) and each element
-// owns its value. Replacing a value by an object (AddObj(key, Object*)) does
-// NOT delete the old value: the caller keeps it. Replacing by a text deletes
-// the old value if the element owns it. Remove(...) deletes the element and,
-// with it, its value when the table's delete flag is set; with the delete flag
-// switched off, removal deletes neither.
-//
-// Lookups by key leave a trace: getElement, getValue(key) and
-// getStringValue(key) of an absent key enter that key in the map with a null
-// element (the count is unchanged). Existing callers rely on this.
-//
-// Use Remove and ClearAll, not the inherited RemoveAt, Clear or Add: those
-// work on the list only and leave the map out of step with it.
-//
-// Text reads: getStringValue(key) never gives null: "" for an absent key, and
-// also for an element whose value is null or not a String.
-// getStringValue(index) gives null in all these cases.
-//
-// Thread safety: as ArrayList (the list calls pass the lock only
-// momentarily; the map is never locked): a table shared between threads needs
-// the callers' own locking. Every table costs one System V semaphore set.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DATA_COLLECTION_HASHTABLE_H
 #define VEMLO_DATA_COLLECTION_HASHTABLE_H
 
@@ -43,65 +13,94 @@ namespace Vemlo {
 namespace Data {
 namespace Collection {
 
+/// \brief The framework's string-keyed table, in insertion order.
+///
+/// HashTable is the framework's string-keyed table. Its entries are
+/// HashElements kept twice: in the list it inherits from ArrayList (insertion
+/// order, index access) and in an ordered map from key to element (lookup by
+/// key). A key is entered at most once: adding under an existing key replaces
+/// the value in place and keeps the position.
+///
+/// Ownership: the table owns its elements (delete flag set) and each element
+/// owns its value. Replacing a value by an object (AddObj(key, Object*)) does
+/// NOT delete the old value: the caller keeps it. Replacing by a text deletes
+/// the old value if the element owns it. Remove(...) deletes the element and,
+/// with it, its value when the table's delete flag is set; with the delete flag
+/// switched off, removal deletes neither.
+///
+/// Lookups by key leave a trace: getElement, getValue(key) and
+/// getStringValue(key) of an absent key enter that key in the map with a null
+/// element (the count is unchanged). Existing callers rely on this.
+///
+/// Use Remove and ClearAll, not the inherited RemoveAt, Clear or Add: those
+/// work on the list only and leave the map out of step with it.
+///
+/// Text reads: getStringValue(key) never gives null: "" for an absent key, and
+/// also for an element whose value is null or not a String.
+/// getStringValue(index) gives null in all these cases.
+///
+/// Thread safety: as ArrayList (the list calls pass the lock only
+/// momentarily; the map is never locked): a table shared between threads needs
+/// the callers' own locking. Every table costs one System V semaphore set.
 class VEMLO_API HashTable : public ArrayList {
 public:
-    // Empty; owns its elements, locked.
+    /// Empty; owns its elements, locked.
     HashTable();
     HashTable(const HashTable&) = delete;
     HashTable& operator=(const HashTable&) = delete;
 
-    // Releases the elements as ClearAll does.
+    /// Releases the elements as ClearAll does.
     ~HashTable() override;
 
-    // Under an existing key: the element's value pointer is replaced in place
-    // and the old value is NOT deleted. Otherwise a new element owning `value`
-    // is appended. A null `key` is the empty key.
+    /// Under an existing key: the element's value pointer is replaced in place
+    /// and the old value is NOT deleted. Otherwise a new element owning `value`
+    /// is appended. A null `key` is the empty key.
     void AddObj(const char* key, Object* value);
 
-    // Under an existing key: the value becomes a String copy of `value` (the
-    // old value deleted if owned). Otherwise a new element is appended. A null
-    // `key` is the empty key, a null `value` the empty text.
+    /// Under an existing key: the value becomes a String copy of `value` (the
+    /// old value deleted if owned). Otherwise a new element is appended. A null
+    /// `key` is the empty key, a null `value` the empty text.
     void AddObj(const char* key, const char* value);
 
-    // The element under `key`, or null. A missing key is left in the map
-    // with a null element.
+    /// The element under `key`, or null. A missing key is left in the map
+    /// with a null element.
     HashElement* getElement(const char* key);
 
-    // The value under `key`, or null (leaving a null map entry, as getElement).
+    /// The value under `key`, or null (leaving a null map entry, as getElement).
     Object* getValue(const char* key);
 
-    // The value text under `key`; "" when there is no element or its value is
-    // not a String (leaving a null map entry, as getElement). Never null.
+    /// The value text under `key`; "" when there is no element or its value is
+    /// not a String (leaving a null map entry, as getElement). Never null.
     const char* getStringValue(const char* key);
 
-    // Index of the first element whose key equals `key` (byte-wise), or -1.
-    // The scan stops, with -1, at the first null item.
+    /// Index of the first element whose key equals `key` (byte-wise), or -1.
+    /// The scan stops, with -1, at the first null item.
     int getPosition(const char* key);
 
-    // Number of elements.
+    /// Number of elements.
     int getCount();
 
-    // The key at `index`; null when the index is out of range or the item is
-    // null.
+    /// The key at `index`; null when the index is out of range or the item is
+    /// null.
     const char* getKey(int index);
 
-    // The value at `index`; null under the same conditions.
+    /// The value at `index`; null under the same conditions.
     Object* getValue(int index);
 
-    // The value text at `index`; null under the same conditions, and when the
-    // value is null or not a String (unlike the by-key form).
+    /// The value text at `index`; null under the same conditions, and when the
+    /// value is null or not a String (unlike the by-key form).
     const char* getStringValue(int index);
 
-    // Removes the element at `index` and its map entry; the element, and with
-    // it its value, is deleted when the table's delete flag is set. A bad
-    // index or a null item does nothing (a null slot is not removed).
+    /// Removes the element at `index` and its map entry; the element, and with
+    /// it its value, is deleted when the table's delete flag is set. A bad
+    /// index or a null item does nothing (a null slot is not removed).
     void Remove(int index);
 
-    // Remove(getPosition(key)) when the key is found; otherwise nothing.
+    /// Remove(getPosition(key)) when the key is found; otherwise nothing.
     void Remove(const char* key);
 
-    // Deletes every non-null element (front to back) if the delete flag is
-    // set, empties the map, then empties the list.
+    /// Deletes every non-null element (front to back) if the delete flag is
+    /// set, empties the map, then empties the list.
     void ClearAll();
 
 private:

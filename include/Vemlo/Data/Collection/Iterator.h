@@ -1,19 +1,4 @@
 //===- Vemlo/Data/Collection/Iterator.h - List with a cursor ----*- C++ -*-===//
-//
-// Iterator is an ArrayList with a cursor, the output of operations that
-// produce a sequence of values (StringUtil::SplitString, for one). It owns its
-// items and has the lock flag set, as ArrayList() does; the same thread-safety
-// rules apply (see ArrayList.h). Items are added with the inherited Add.
-//
-// The usual walk:
-//     it.Reset();
-//     while (it.MoveNext())
-//         use(it.getCurrentString());
-//
-// The cursor counts the items passed: after k successful MoveNext calls the
-// current item is the one at index k-1. Iterators cannot be copied.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DATA_COLLECTION_ITERATOR_H
 #define VEMLO_DATA_COLLECTION_ITERATOR_H
 
@@ -24,29 +9,45 @@ namespace Vemlo {
 namespace Data {
 namespace Collection {
 
+/// \brief An ArrayList with a cursor: the output of operations that produce a sequence.
+///
+/// Iterator is an ArrayList with a cursor, the output of operations that
+/// produce a sequence of values (StringUtil::SplitString, for one). It owns its
+/// items and has the lock flag set, as ArrayList() does; the same thread-safety
+/// rules apply (see ArrayList.h). Items are added with the inherited Add.
+///
+/// The usual walk:
+/// \code{.cpp}
+/// it.Reset();
+/// while (it.MoveNext())
+///     use(it.getCurrentString());
+/// \endcode
+///
+/// The cursor counts the items passed: after k successful MoveNext calls the
+/// current item is the one at index k-1. Iterators cannot be copied.
 class VEMLO_API Iterator : public ArrayList {
 public:
-    // Empty, cursor 0; owns its items, locked.
+    /// Empty, cursor 0; owns its items, locked.
     Iterator();
     Iterator(const Iterator&) = delete;
     Iterator& operator=(const Iterator&) = delete;
 
     ~Iterator() override;
 
-    // Cursor back to 0 (before the first item).
+    /// Cursor back to 0 (before the first item).
     void Reset();
 
-    // Advances to the next item: false, and the cursor left where it is, when
-    // every item has been passed.
+    /// Advances to the next item: false, and the cursor left where it is, when
+    /// every item has been passed.
     bool MoveNext();
 
-    // The current item; null before the first MoveNext, or when items were
-    // removed so that Count() is below the cursor. After the last MoveNext
-    // has returned false it stays on the last item.
+    /// The current item; null before the first MoveNext, or when items were
+    /// removed so that Count() is below the cursor. After the last MoveNext
+    /// has returned false it stays on the last item.
     Object* getCurrent();
 
-    // The current item's text, with the rules of getCurrent and
-    // ArrayList::AtString.
+    /// The current item's text, with the rules of getCurrent and
+    /// ArrayList::AtString.
     const char* getCurrentString();
 
 private:

@@ -1,22 +1,4 @@
 //===- Vemlo/Data/Collection/Row.h - One row of a query result --*- C++ -*-===//
-//
-// Row is one row of a Table: a list of text cells, in column order. Cells are
-// always stored as text; getInt and getDouble convert on reading (strtol /
-// strtod, lenient: leading blanks skipped, conversion stops at the first
-// unusable character, no digits gives 0).
-//
-// A row owns its cells. Build one with `new`, fill it with addString and hand
-// it to Table::addRow, which owns it from then on and lets the by-name getters
-// find the columns.
-//
-// Missing cells: a cell index out of range or an unknown column name gives
-// null from getString and 0 from getInt / getDouble. A row that belongs to no
-// table knows no column names: the by-name getters give null / 0.
-//
-// Not locked for callers (see ArrayList.h); rows cannot be copied. Every row
-// costs one System V semaphore set.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DATA_COLLECTION_ROW_H
 #define VEMLO_DATA_COLLECTION_ROW_H
 
@@ -30,41 +12,62 @@ namespace Collection {
 class HashTable;
 class Table;
 
+/// \brief One row of a Table: text cells in column order.
+///
+/// Row is one row of a Table: a list of text cells, in column order. Cells are
+/// always stored as text; getInt and getDouble convert on reading (strtol /
+/// strtod, lenient: leading blanks skipped, conversion stops at the first
+/// unusable character, no digits gives 0).
+///
+/// A row owns its cells. Build one with `new`, fill it with addString and hand
+/// it to Table::addRow, which owns it from then on and lets the by-name getters
+/// find the columns.
+///
+/// Missing cells: a cell index out of range or an unknown column name gives
+/// null from getString and 0 from getInt / getDouble. A row that belongs to no
+/// table knows no column names: the by-name getters give null / 0.
+///
+/// Not locked for callers (see ArrayList.h); rows cannot be copied. Every row
+/// costs one System V semaphore set.
 class VEMLO_API Row : private ArrayList {
 public:
-    // No cells, no column table.
+    /// No cells, no column table.
     Row();
     Row(const Row&) = delete;
     Row& operator=(const Row&) = delete;
 
     ~Row() override;
 
-    // Appends a cell holding a copy of `text` (null gives the empty text).
+    /// Appends a cell holding a copy of `text` (null gives the empty text).
     void addString(const char* text);
 
-    // Sets the column table used by the by-name getters (not owned); done by
-    // Table::addRow.
+    /// Sets the column table used by the by-name getters (not owned); done by
+    /// Table::addRow.
     void setColumn(HashTable* columns);
 
-    // Replaces the text of cell `index` with a copy of `text`; false when the
-    // index is out of range or the cell is null.
+    /// Replaces the text of cell `index` with a copy of `text`; false when the
+    /// index is out of range or the cell is null.
     bool setValue(int index, const char* text);
 
-    // The text of cell `index`; null when out of range.
+    /// The text of cell `index`; null when out of range.
     const char* getString(int index);
 
-    // The text of the cell under `column` (exact byte-wise name); null when
-    // the column is unknown or the row has no column table.
+    /// The text of the cell under `column` (exact byte-wise name); null when
+    /// the column is unknown or the row has no column table.
     const char* getString(const char* column);
 
-    // The cell text converted with strtol, base 10; 0 for a missing cell.
-    // Out-of-range numbers saturate at INT_MIN / INT_MAX.
+    ///@{
+    /// The cell text converted with strtol, base 10; 0 for a missing cell.
+    /// Out-of-range numbers saturate at INT_MIN / INT_MAX.
     int getInt(int index);
     int getInt(const char* column);
+    ///@}
 
-    // The cell text converted with strtod; 0 for a missing cell.
+    ///@{
+    /// The cell text converted with strtod; 0 for a missing cell.
     double getDouble(int index);
     double getDouble(const char* column);
+    ///@}
 
 private:
     // A table stores and deletes its rows through the list base.

@@ -1,21 +1,4 @@
 //===- Vemlo/Data/Collection/Table.h - A query result -----------*- C++ -*-===//
-//
-// Table holds the result of a query: its column names, in order, and its rows
-// (see Row.h), walked with a cursor:
-//     table.Reset();
-//     while (table.MoveNext())
-//         use(table.getCurrent()->getInt("id"));
-//
-// Ownership: the table owns the rows given to addRow and deletes them with
-// itself. A null row is refused (addRow returns false).
-//
-// A column's position in the column list is its cell index in every row.
-// Adding an existing column name again keeps its position.
-//
-// Not locked for callers (see ArrayList.h); tables cannot be copied. A table
-// costs two System V semaphore sets (rows and columns), plus one per row.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DATA_COLLECTION_TABLE_H
 #define VEMLO_DATA_COLLECTION_TABLE_H
 
@@ -28,36 +11,57 @@ namespace Vemlo {
 namespace Data {
 namespace Collection {
 
+/// \brief A query result: column names and rows, walked with a cursor.
+///
+/// Table holds the result of a query: its column names, in order, and its rows
+/// (see Row.h), walked with a cursor:
+/// \code{.cpp}
+/// table.Reset();
+/// while (table.MoveNext())
+///     use(table.getCurrent()->getInt("id"));
+/// \endcode
+///
+/// Ownership: the table owns the rows given to addRow and deletes them with
+/// itself. A null row is refused (addRow returns false).
+///
+/// A column's position in the column list is its cell index in every row.
+/// Adding an existing column name again keeps its position.
+///
+/// Not locked for callers (see ArrayList.h); tables cannot be copied. A table
+/// costs two System V semaphore sets (rows and columns), plus one per row.
 class VEMLO_API Table : private ArrayList {
 public:
-    // No rows, no columns, cursor 0.
+    /// No rows, no columns, cursor 0.
     Table();
     Table(const Table&) = delete;
     Table& operator=(const Table&) = delete;
 
-    // Destroys the column table, then deletes the rows.
+    /// Destroys the column table, then deletes the rows.
     ~Table() override;
 
-    // Adds column `name` (or keeps the position of an existing one). Returns
-    // true.
+    /// Adds column `name` (or keeps the position of an existing one). Returns
+    /// true.
     bool addColumn(const char* name);
 
-    // Points the row at this table's columns, appends it and takes ownership.
-    // Returns true; false, with nothing done, for a null row.
+    /// Points the row at this table's columns, appends it and takes ownership.
+    /// Returns true; false, with nothing done, for a null row.
     bool addRow(Row* row);
 
+    ///@{
+    /// Number of rows / columns.
     int getRowCount();
     int getColumnCount();
+    ///@}
 
-    // Cursor back to 0 (before the first row).
+    /// Cursor back to 0 (before the first row).
     void Reset();
 
-    // Advances to the next row; false, the cursor left where it is, after the
-    // last one.
+    /// Advances to the next row; false, the cursor left where it is, after the
+    /// last one.
     bool MoveNext();
 
-    // The current row; null before the first MoveNext. After the last
-    // MoveNext has returned false it stays on the last row.
+    /// The current row; null before the first MoveNext. After the last
+    /// MoveNext has returned false it stays on the last row.
     Row* getCurrent();
 
 private:

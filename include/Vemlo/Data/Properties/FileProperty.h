@@ -1,27 +1,4 @@
 //===- Vemlo/Data/Properties/FileProperty.h - A loaded property file -*- C++ -*-===//
-//
-// FileProperty is a property set loaded from a named file, in the XML format
-// (format code 6301) unless told otherwise, with an optional key prefix.
-// The prefix applies to reads only: after setPrefix("Base"), getValue
-// ("Log.Level") reads "Base.Log.Level", while setValue("Log.Level", v) stores
-// "Log.Level". Existing callers depend on this asymmetry.
-//
-// The IProperty base is private: only the class hierarchy (and the property
-// managers, which hand a set out as IProperty*) converts a FileProperty* to
-// the interface.
-//
-// Ownership: the object owns its loaded set, which setFileName replaces and
-// the destructor deletes. A copy loads its own set again from the same file
-// in the same format, so the two objects share nothing (changes not yet
-// written with Update are not copied). Assignment does nothing.
-//
-// After a failed setFileName the object holds no set: reads give "", 0 or
-// null, writes are ignored (an object passed to setObjValue stays the
-// caller's) and Update returns 0.
-//
-// Thread safety: none.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DATA_PROPERTIES_FILEPROPERTY_H
 #define VEMLO_DATA_PROPERTIES_FILEPROPERTY_H
 
@@ -35,55 +12,81 @@ namespace Properties {
 
 class Property;
 
+/// \brief A property set loaded from a named file, with an optional key prefix for reads.
+///
+/// FileProperty is a property set loaded from a named file, in the XML format
+/// (format code 6301) unless told otherwise, with an optional key prefix.
+/// The prefix applies to reads only: after setPrefix("Base"), getValue
+/// ("Log.Level") reads "Base.Log.Level", while setValue("Log.Level", v) stores
+/// "Log.Level". Existing callers depend on this asymmetry.
+///
+/// The IProperty base is private: only the class hierarchy (and the property
+/// managers, which hand a set out as IProperty*) converts a FileProperty* to
+/// the interface.
+///
+/// Ownership: the object owns its loaded set, which setFileName replaces and
+/// the destructor deletes. A copy loads its own set again from the same file
+/// in the same format, so the two objects share nothing (changes not yet
+/// written with Update are not copied). Assignment does nothing.
+///
+/// After a failed setFileName the object holds no set: reads give "", 0 or
+/// null, writes are ignored (an object passed to setObjValue stays the
+/// caller's) and Update returns 0.
+///
+/// Thread safety: none.
 class VEMLO_API FileProperty : private IProperty {
 public:
-    // No prefix; loads `path` as an XML property file (setFileName(path,
-    // 6301)). Throws PropertyException* "Cannot Load Property File" (201) when
-    // the file cannot be used; the format's exceptions pass through.
+    /// No prefix; loads `path` as an XML property file (setFileName(path,
+    /// 6301)). Throws PropertyException* "Cannot Load Property File" (201) when
+    /// the file cannot be used; the format's exceptions pass through.
     explicit FileProperty(const char* path);
 
-    // Same prefix and file name; the set is loaded again from the file in the
-    // format of `other`'s set (nothing is loaded when `other` holds none).
-    // Throws as setFileName.
+    /// Same prefix and file name; the set is loaded again from the file in the
+    /// format of `other`'s set (nothing is loaded when `other` holds none).
+    /// Throws as setFileName.
     FileProperty(const FileProperty& other);
 
-    // Deletes the loaded set.
+    /// Deletes the loaded set.
     ~FileProperty() override;
 
-    // Deliberately does nothing and returns *this.
+    /// Deliberately does nothing and returns *this.
     FileProperty& operator=(const FileProperty& other);
 
-    // Forwarded to the set with the key as given (no prefix).
+    ///@{
+    /// Forwarded to the set with the key as given (no prefix).
     void setObjValue(const char* key, Vemlo::Data::Object* value) override;
     void setValue(const char* key, const char* value) override;
+    ///@}
 
-    // Forwarded to the set with the prefix put before the key.
+    ///@{
+    /// Forwarded to the set with the prefix put before the key.
     const char* getValue(const char* key) override;
     Vemlo::Data::Object* getObjValue(const char* key) override;
     int getIntValue(const char* key) override;
     double getDoubleValue(const char* key) override;
+    ///@}
 
-    // Stores `path` as the file name, deletes the current set and loads a new
-    // one with PropertyBuilder::BuildProperty(path, type). 1 on success.
-    // Throws PropertyException* "Cannot Load Property File" (201) when the
-    // builder gives null (the object then holds no set); the format's
-    // exceptions pass through.
+    /// Stores `path` as the file name, deletes the current set and loads a new
+    /// one with PropertyBuilder::BuildProperty(path, type). 1 on success.
+    /// Throws PropertyException* "Cannot Load Property File" (201) when the
+    /// builder gives null (the object then holds no set); the format's
+    /// exceptions pass through.
     int setFileName(const char* path, int type);
 
-    // The file name (never null).
+    /// The file name (never null).
     const char* getFileName();
 
-    // Stores `prefix` followed by "." (nothing at all for an empty or null
-    // prefix).
+    /// Stores `prefix` followed by "." (nothing at all for an empty or null
+    /// prefix).
     void setPrefix(const char* prefix);
 
-    // Writes the set back to its file: the set's Update(file name). 0 when
-    // no set is held.
+    /// Writes the set back to its file: the set's Update(file name). 0 when
+    /// no set is held.
     int Update();
 
 protected:
-    // No prefix, no file name and no set: for subclasses that call
-    // setFileName themselves.
+    /// No prefix, no file name and no set: for subclasses that call
+    /// setFileName themselves.
     FileProperty();
 
 private:

@@ -1,17 +1,4 @@
 //===- Vemlo/Data/Properties/IProperty.h - Key/value interface --*- C++ -*-===//
-//
-// IProperty is the interface of every key/value store of the framework: the
-// plain-text and XML property files, the file properties built from them and
-// the process-wide configuration. Values are texts (or, with setObjValue,
-// objects) stored under exact, case-sensitive keys.
-//
-// Readers of the configuration use it as
-//     ConfigurationManager::GetManager()->getInstance()->getValue("Base.Log.Level");
-//
-// Ownership and thread safety are the implementing class's; no implementation
-// of the framework locks its accesses.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DATA_PROPERTIES_IPROPERTY_H
 #define VEMLO_DATA_PROPERTIES_IPROPERTY_H
 
@@ -22,28 +9,42 @@ namespace Vemlo {
 namespace Data {
 namespace Properties {
 
+/// \brief The interface of every key/value store: property files and the configuration.
+///
+/// IProperty is the interface of every key/value store of the framework: the
+/// plain-text and XML property files, the file properties built from them and
+/// the process-wide configuration. Values are texts (or, with setObjValue,
+/// objects) stored under exact, case-sensitive keys.
+///
+/// Readers of the configuration use it as
+/// \code{.cpp}
+/// ConfigurationManager::GetManager()->getInstance()->getValue("Base.Log.Level");
+/// \endcode
+///
+/// Ownership and thread safety are the implementing class's; no implementation
+/// of the framework locks its accesses.
 class VEMLO_API IProperty : public Vemlo::Data::Object {
 public:
     IProperty() = default;
 
     ~IProperty() override;
 
-    // Adds `value` under `key`, or replaces the value of an existing key.
+    /// Adds `value` under `key`, or replaces the value of an existing key.
     virtual void setObjValue(const char* key, Vemlo::Data::Object* value) = 0;
 
-    // Adds a copy of the text `value` under `key`, or replaces it.
+    /// Adds a copy of the text `value` under `key`, or replaces it.
     virtual void setValue(const char* key, const char* value) = 0;
 
-    // The text under `key`.
+    /// The text under `key`.
     virtual const char* getValue(const char* key) = 0;
 
-    // The object under `key`.
+    /// The object under `key`.
     virtual Vemlo::Data::Object* getObjValue(const char* key) = 0;
 
-    // The text under `key` read as a decimal integer (0 when it is none).
+    /// The text under `key` read as a decimal integer (0 when it is none).
     virtual int getIntValue(const char* key) = 0;
 
-    // The text under `key` read as a floating-point number (0 when it is none).
+    /// The text under `key` read as a floating-point number (0 when it is none).
     virtual double getDoubleValue(const char* key) = 0;
 };
 

@@ -1,27 +1,4 @@
 //===- Vemlo/Data/Properties/PropertyManager.h - Property files by name -*- C++ -*-===//
-//
-// PropertyManager finds property files by name in one folder below the
-// working directory and keeps one loaded set per name: getInstance("net")
-// loads "<folder path>net<extension>" on first use and returns the same
-// object afterwards, so later changes of the file are not seen until the
-// manager is destroyed. Subclasses choose the folder, the extension and the
-// default name, and build the sets (BuildProperty). ConfigurationManager is
-// the framework's manager.
-//
-// The folder path is "<$VEMLO_WORKING_DIRECTORY>/Vemlo/<folder name>/",
-// computed once per process, on first need, from the first manager's folder
-// name and the environment at that moment (at most the variable's first 199
-// bytes); it is shared by every manager afterwards. With the variable unset
-// the path starts at "/".
-//
-// Ownership: the manager owns the sets it caches and deletes them with
-// itself; callers must not delete a set they got from it. A copy has the same
-// settings and an empty cache of its own.
-//
-// Thread safety: none. The cache and the folder path are meant to be filled
-// from one thread before others use them.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_DATA_PROPERTIES_PROPERTYMANAGER_H
 #define VEMLO_DATA_PROPERTIES_PROPERTYMANAGER_H
 
@@ -38,49 +15,73 @@ namespace Properties {
 
 class IProperty;
 
+/// \brief Loads property files by name from one folder and keeps one set per name.
+///
+/// PropertyManager finds property files by name in one folder below the
+/// working directory and keeps one loaded set per name: getInstance("net")
+/// loads "<folder path>net<extension>" on first use and returns the same
+/// object afterwards, so later changes of the file are not seen until the
+/// manager is destroyed. Subclasses choose the folder, the extension and the
+/// default name, and build the sets (BuildProperty). ConfigurationManager is
+/// the framework's manager.
+///
+/// The folder path is "<$VEMLO_WORKING_DIRECTORY>/Vemlo/<folder name>/",
+/// computed once per process, on first need, from the first manager's folder
+/// name and the environment at that moment (at most the variable's first 199
+/// bytes); it is shared by every manager afterwards. With the variable unset
+/// the path starts at "/".
+///
+/// Ownership: the manager owns the sets it caches and deletes them with
+/// itself; callers must not delete a set they got from it. A copy has the same
+/// settings and an empty cache of its own.
+///
+/// Thread safety: none. The cache and the folder path are meant to be filled
+/// from one thread before others use them.
 class VEMLO_API PropertyManager {
 public:
-    // An empty cache; the settings are empty until a subclass sets them.
+    /// An empty cache; the settings are empty until a subclass sets them.
     PropertyManager();
 
-    // Copies the settings; the copy starts with an empty cache.
+    /// Copies the settings; the copy starts with an empty cache.
     PropertyManager(const PropertyManager& other);
 
-    // Builds and loads the set for the file `path` in format `type`; the
-    // manager takes ownership. Null when the file cannot be used.
+    /// Builds and loads the set for the file `path` in format `type`; the
+    /// manager takes ownership. Null when the file cannot be used.
     virtual IProperty* BuildProperty(const char* path, int type) = 0;
 
-    // Deletes every cached set.
+    /// Deletes every cached set.
     virtual ~PropertyManager();
 
-    // The folder path, computed on the first call in the process (see the
-    // file comment).
+    /// The folder path, computed on the first call in the process (see the
+    /// class comment).
     String getFolderPath();
 
-    // The cached set for `name`, else the one built from
-    // "<folder path><name><extension>" in the XML format and cached when the
-    // build gives one. Null when it gives null; BuildProperty's exceptions
-    // pass through, and nothing is cached then.
+    /// The cached set for `name`, else the one built from
+    /// "<folder path><name><extension>" in the XML format and cached when the
+    /// build gives one. Null when it gives null; BuildProperty's exceptions
+    /// pass through, and nothing is cached then.
     IProperty* getInstance(const char* name);
 
-    // getInstance(default name).
+    /// getInstance(default name).
     IProperty* getInstance();
 
-    // The cached set for `name`, else the one built from `path` in the XML
-    // format, cached under `name` when the build gives one.
+    /// The cached set for `name`, else the one built from `path` in the XML
+    /// format, cached under `name` when the build gives one.
     IProperty* getInstance(const char* name, const char* path);
 
-    // The cached set for `name` only; null when it was never loaded.
+    /// The cached set for `name` only; null when it was never loaded.
     IProperty* getInstanceFromQ(const char* name);
 
 protected:
     // Field order is the object's binary layout.
+    /// The loaded sets by name; owned.
     Vemlo::Data::Collection::HashTable* m_pInstances;
-    String m_sConfigText; // kept for existing subclasses; not read here
-    String m_sDefaultName;
-    String m_sFolderName;
-    String m_sExtension; // with its leading dot
+    String m_sConfigText; ///< Kept for existing subclasses; not read here.
+    String m_sDefaultName; ///< The name getInstance() loads.
+    String m_sFolderName; ///< The folder below "<working directory>/Vemlo/".
+    String m_sExtension; ///< The file extension, with its leading dot.
 
+    /// The folder path shared by every manager (see getFolderPath).
     static String m_sFolderPath;
 };
 

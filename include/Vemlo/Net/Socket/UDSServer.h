@@ -1,11 +1,4 @@
 //===- Vemlo/Net/Socket/UDSServer.h - Unix-domain server ----------*- C++ -*-===//
-//
-// UDSServer listens on a Unix-domain stream socket file; listening, accepting
-// and closing are ServerBase's. Bind removes any file of the same name
-// first, and the socket file is left in place when the server closes: remove
-// it with unlink() when it is no longer wanted.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_NET_SOCKET_UDSSERVER_H
 #define VEMLO_NET_SOCKET_UDSSERVER_H
 
@@ -16,15 +9,21 @@ namespace Vemlo {
 namespace Net {
 namespace Socket {
 
+/// \brief A server listening on a Unix-domain stream socket file.
+///
+/// UDSServer listens on a Unix-domain stream socket file; listening, accepting
+/// and closing are ServerBase's. Bind removes any file of the same name
+/// first, and the socket file is left in place when the server closes: remove
+/// it with unlink() when it is no longer wanted.
 class VEMLO_API UDSServer : public ServerBase {
 public:
     UDSServer();
     ~UDSServer() override;
 
-    // Creates the socket, unlinks `path` (whatever file has that name) and
-    // binds to it, the path cut silently to 107 characters (null is read as
-    // the empty path); `unused` is ignored. Returns bind()'s result. Throws
-    // NetException* "cannot create server socket" (0).
+    /// Creates the socket, unlinks `path` (whatever file has that name) and
+    /// binds to it, the path cut silently to 107 characters (null is read as
+    /// the empty path); `unused` is ignored. Returns bind()'s result. Throws
+    /// NetException* "cannot create server socket" (0).
     int Bind(int unused, char* path) override;
 };
 

@@ -1,22 +1,4 @@
 //===- Vemlo/Util/System/CCriticalSection.h - Kernel critical section -*- C++ -*-===//
-//
-// CCriticalSection is a critical section held in the kernel: each object owns
-// one private System V semaphore set (value 0 free, 1 held), created by the
-// constructor and removed by the destructor, so every live section costs one
-// of the system's semaphore sets. Header-only.
-//
-// Promises a caller must know:
-//  - It is not recursive: entering a section the thread already holds waits
-//    for ever.
-//  - No SEM_UNDO: a thread or process that dies holding it leaves it held.
-//  - If the set cannot be created (the system limit is reached), the object
-//    still constructs with id -1, and Lock/Unlock then have no effect.
-//  - A set whose id is 0 is never removed by the destructor (the test is
-//    "greater than zero"); long-standing behaviour that is kept. On Linux
-//    only the very first set created in an IPC namespace gets id 0.
-//  - Results of semop are ignored and an interrupted wait is not retried.
-//
-//===----------------------------------------------------------------------===//
 #ifndef VEMLO_UTIL_SYSTEM_CCRITICALSECTION_H
 #define VEMLO_UTIL_SYSTEM_CCRITICALSECTION_H
 
@@ -45,10 +27,27 @@ namespace Vemlo {
 namespace Util {
 namespace System {
 
+/// \brief A non-recursive critical section on a private System V semaphore set.
+///
+/// CCriticalSection is a critical section held in the kernel: each object owns
+/// one private System V semaphore set (value 0 free, 1 held), created by the
+/// constructor and removed by the destructor, so every live section costs one
+/// of the system's semaphore sets. Header-only.
+///
+/// Promises a caller must know:
+///  - It is not recursive: entering a section the thread already holds waits
+///    for ever.
+///  - No SEM_UNDO: a thread or process that dies holding it leaves it held.
+///  - If the set cannot be created (the system limit is reached), the object
+///    still constructs with id -1, and Lock/Unlock then have no effect.
+///  - A set whose id is 0 is never removed by the destructor (the test is
+///    "greater than zero"); long-standing behaviour that is kept. On Linux
+///    only the very first set created in an IPC namespace gets id 0.
+///  - Results of semop are ignored and an interrupted wait is not retried.
 class VEMLO_API CCriticalSection : public Semaphore {
 public:
-    // Creates a private semaphore set and sets its value to 0 (free). A
-    // failure is not reported: the id stays -1.
+    /// Creates a private semaphore set and sets its value to 0 (free). A
+    /// failure is not reported: the id stays -1.
     CCriticalSection() {
         m_nSemId = semget(IPC_PRIVATE, 1, IPC_CREAT | IPC_EXCL | 0666);
         if (m_nSemId >= 0) {
@@ -58,8 +57,8 @@ public:
         }
     }
 
-    // Removes the set when its id is greater than 0. An id of 0 is never
-    // removed; kept as existing deployments have always had it.
+    /// Removes the set when its id is greater than 0. An id of 0 is never
+    /// removed; kept as existing deployments have always had it.
     virtual ~CCriticalSection() {
         if (m_nSemId > 0) {
             SemUnion arg;
@@ -68,7 +67,7 @@ public:
         }
     }
 
-    // Enters: waits until the value is 0, then adds 1, as one atomic semop.
+    /// Enters: waits until the value is 0, then adds 1, as one atomic semop.
     void Lock() {
         struct sembuf ops[2] = {{0, 0, 0}, {0, 1, 0}};
         (void)semop(m_nSemId, ops, 2);
@@ -77,7 +76,7 @@ public:
 #endif
     }
 
-    // Leaves: subtracts 1.
+    /// Leaves: subtracts 1.
     void Unlock() {
         struct sembuf op = {0, -1, 0};
 #ifdef VEMLO_TSAN_ANNOTATE_SECTIONS
