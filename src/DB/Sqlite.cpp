@@ -41,14 +41,22 @@ void pause(long micros) {
 FileLog* channel() { return Vemlo::Log::Logger::getLogger()->getLog(kChannel); }
 
 // The channel may be missing when no log level is configured: the lines are
-// then dropped.
+// then dropped. A line without arguments is written as it stands.
 template <class... Args> void debug(FileLog* log, const char* format, Args... args) {
-    if (log)
+    if (!log)
+        return;
+    if constexpr (sizeof...(Args) == 0)
+        log->WriteDebug("%s", format);
+    else
         log->WriteDebug(format, args...);
 }
 
 template <class... Args> void error(FileLog* log, const char* format, Args... args) {
-    if (log)
+    if (!log)
+        return;
+    if constexpr (sizeof...(Args) == 0)
+        log->WriteError("%s", format);
+    else
         log->WriteError(format, args...);
 }
 
