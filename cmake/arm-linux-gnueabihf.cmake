@@ -14,6 +14,9 @@ if(VEMLO_ARM_SYSROOT)
   list(APPEND CMAKE_FIND_ROOT_PATH ${VEMLO_ARM_SYSROOT})
   set(CMAKE_LIBRARY_PATH ${VEMLO_ARM_SYSROOT}/usr/lib/arm-linux-gnueabihf)
   set(CMAKE_INCLUDE_PATH ${VEMLO_ARM_SYSROOT}/usr/include)
+  # Programs linked against libVemlo alone still need the linker to find the
+  # libraries libVemlo itself depends on.
+  set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${VEMLO_ARM_SYSROOT}/usr/lib/arm-linux-gnueabihf")
 endif()
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -6,7 +6,11 @@
 #   fuzz: clang, libFuzzer harnesses with ASan + UBSan, each for a bounded time
 #   tsan: GCC, Debug, ThreadSanitizer, the tests labelled "threads" (threads,
 #         the reaper, locks, logging)
-#   arm : cross build for arm-linux-gnueabihf, run under qemu-arm
+#   arm : cross build for arm-linux-gnueabihf with the devices' string ABI
+#         (VEMLO_LEGACY_STRING_ABI), run under qemu-arm; then the footprint
+#         report (stripped library at most 600 KB)
+# The host and arm lanes also build the Debian packages (amd64, armhf) into
+# build/<lane>/packages and test them.
 # VEMLO_LANES="host fuzz tsan arm" picks lanes; VEMLO_JOBS sets the parallelism.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -112,9 +116,14 @@ for lane in $lanes; do
         fi
         if build_lane arm "$out/arm" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
             -DCMAKE_TOOLCHAIN_FILE="$root/cmake/arm-linux-gnueabihf.cmake" \
-            -DVEMLO_ARM_SYSROOT="$out/arm-sysroot"; then
+            -DVEMLO_ARM_SYSROOT="$out/arm-sysroot" -DVEMLO_LEGACY_STRING_ABI=ON; then
             echo "=== arm lane: tests under qemu-arm"
             run_ctest arm "$out/arm"
+            echo "=== arm lane: footprint"
+            if ! bash "$root/scripts/footprint.sh" "$out/arm"; then
+                echo "arm lane: footprint over its limit or not measured"
+                total_failed=$((total_failed + 1))
+            fi
         fi
         ;;
     *) echo "unknown lane: $lane"; total_failed=$((total_failed + 1)) ;;
