@@ -8,30 +8,19 @@
 #ifndef VEMLO_TESTS_EVENT_EVENTTESTKIT_H
 #define VEMLO_TESTS_EVENT_EVENTTESTKIT_H
 
-#include "Event/Gate.h"
 #include "support/VemloTest.h"
 
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <unistd.h>
-
-// The dispatcher holds the gates of all idle threaded hosts and takes each
-// back after a delivery, so ThreadSanitizer's lock-order graph sees every
-// pair of gates taken in both orders. When Mutex has no TryLock() for the
-// dispatcher to take gates with, that report is about gates, which guard no
-// data, and its lock-order check is switched off; data races are still
-// reported.
-#if defined(__SANITIZE_THREAD__)
-extern "C" const char* __tsan_default_options() {
-    return Vemlo::Event::Gate::kTakenByTrying ? "" : "detect_deadlocks=0";
-}
-#endif
 
 namespace EventTestKit {
 
@@ -61,6 +50,13 @@ struct Received {
     int eventId;
     std::string text;
     void* p1;
+    bool operator==(const Received& o) const {
+        return std::tie(target, eventId, text, p1) == std::tie(o.target, o.eventId, o.text, o.p1);
+    }
+    friend std::ostream& operator<<(std::ostream& out, const Received& r) {
+        return out << "{" << r.target << ", " << r.eventId << ", \"" << r.text << "\", " << r.p1
+                   << "}";
+    }
 };
 
 // A generic host that records every message (on the dispatcher's thread),
