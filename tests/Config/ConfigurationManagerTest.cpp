@@ -26,9 +26,8 @@ protected:
         testing::internal::GetCapturedStdout();
     }
     static std::string folder() { return s_config->folder(); }
-    static VemloTest::TestConfig* s_config;
+    static inline VemloTest::TestConfig* s_config = nullptr;
 };
-VemloTest::TestConfig* ConfigurationManagerTest::s_config = nullptr;
 
 } // namespace
 

@@ -114,6 +114,12 @@ struct Machine : Vemlo::State::StateMachine {
     Ledger ledger;
 };
 
+// Hands `host` to `owner`; its ledger.
+template <class Host> Ledger* adopt(std::unique_ptr<EventHost>& owner, Host* host) {
+    owner.reset(host);
+    return &host->ledger;
+}
+
 int taskCount() { // threads of this process, as the kernel lists them
     namespace fs = std::filesystem;
     return static_cast<int>(
@@ -139,18 +145,15 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
     const int threadsBefore = taskCount();
     EventHandler* events = EventHandler::getInstance();
 
-    std::vector<std::unique_ptr<EventHost>> stable; // generic, then threaded, then machines
+    // Generic, then threaded, then machines.
+    std::vector<std::unique_ptr<EventHost>> stable(kGenericHosts + kThreadedHosts);
     std::vector<Ledger*> ledgers;
-    auto add = [&](auto* host) {
-        ledgers.push_back(&host->ledger);
-        stable.emplace_back(host);
-    };
     for (int i = 0; i < kGenericHosts; ++i)
-        add(new Generic("generic"));
-    add(new Threaded("threaded0"));
-    add(new Threaded("threaded1"));
-    add(new Machine("machine0"));
-    add(new Machine("machine1"));
+        ledgers.push_back(adopt(stable[i], new Generic("generic")));
+    ledgers.push_back(adopt(stable[kGenericHosts], new Threaded("threaded0")));
+    ledgers.push_back(adopt(stable[kGenericHosts + 1], new Threaded("threaded1")));
+    ledgers.push_back(adopt(stable[kGenericHosts + 2], new Machine("machine0")));
+    ledgers.push_back(adopt(stable[kGenericHosts + 3], new Machine("machine1")));
     for (auto& host : stable)
         events->Register(host.get());
     ASSERT_TRUE(waitFor(
@@ -200,16 +203,8 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
         std::mt19937 random(7);
         for (int round = 0; round < churnRounds && !overtime; ++round) {
             std::unique_ptr<EventHost> host;
-            Ledger* ledger;
-            if (round % 3 == 0) {
-                Threaded* t = new Threaded("churn-threaded");
-                ledger = &t->ledger;
-                host.reset(t);
-            } else {
-                Generic* g = new Generic("churn");
-                ledger = &g->ledger;
-                host.reset(g);
-            }
+            Ledger* ledger = round % 3 == 0 ? adopt(host, new Threaded("churn-threaded"))
+                                            : adopt(host, new Generic("churn"));
             events->Register(host.get());
             const int direct = round % 3 == 0 ? 5 : 50;
             if (!waitFor([&] { return ledger->started.load(); }, milliseconds(20000))) {

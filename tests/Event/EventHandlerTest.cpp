@@ -85,15 +85,11 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundAndLetGoWithTheirLines) {
     send(alpha.getId(), 11);
     ASSERT_TRUE(waitFor([&] { return alpha.count() == 3; }, kLimit));
     std::this_thread::sleep_for(milliseconds(20));
-    const std::vector<EventTestKit::Received> got = alpha.received();
-    ASSERT_EQ(got.size(), 3u);
-    EXPECT_EQ(got[0].eventId, 9999);
-    EXPECT_EQ(got[0].text, "initialize event");
-    EXPECT_EQ(got[0].target, alpha.getId());
-    EXPECT_EQ(got[1].eventId, 10);
-    EXPECT_EQ(got[1].text, "ten");
-    EXPECT_EQ(got[1].p1, &param);
-    EXPECT_EQ(got[2].eventId, 11);
+    const int id = alpha.getId();
+    EXPECT_EQ(alpha.received(),
+              (std::vector<EventTestKit::Received>{{id, 9999, "initialize event", nullptr},
+                                                   {id, 10, "ten", &param},
+                                                   {id, 11, "", nullptr}}));
 
     // Look-ups search the active list and log what they miss.
     m_sink.drain();
@@ -154,20 +150,16 @@ TEST_F(EventHandlerTest, MessagesForUnknownOrPendingHostsAreDroppedWithTheirLine
 TEST_F(EventHandlerTest, BroadcastsGoInRegistrationOrderAndASharedIdToTheFirstHost) {
     std::mutex lock;
     std::vector<std::string> order;
-    auto note = [&](const char* name) {
-        return [&lock, &order, name](EventMessage* m) {
-            std::lock_guard<std::mutex> guard(lock);
-            order.push_back(name + std::to_string(m->getEventId()));
-        };
-    };
     Recorder a("a"), b("b");
     // After the wrap two living hosts can share an id: `twin` gets a's.
     EventHost::ID_ORDER = a.getId() - 1;
     Recorder twin("twin");
     ASSERT_EQ(twin.getId(), a.getId());
-    a.hook = note("a");
-    b.hook = note("b");
-    twin.hook = note("twin");
+    for (Recorder* r : {&a, &b, &twin})
+        r->hook = [&, r](EventMessage* m) {
+            std::lock_guard<std::mutex> guard(lock);
+            order.push_back(r->getName() + std::to_string(m->getEventId()));
+        };
     ASSERT_TRUE(registerAndWait(&b, [&] { return b.count() == 1; }));
     ASSERT_TRUE(registerAndWait(&a, [&] { return a.count() == 1; }));
     // The twin's start-up event is addressed to the shared id, so it reaches a.

@@ -20,10 +20,9 @@ namespace {
 const milliseconds kLimit(5000);
 
 // Records what its loop receives; the first message keeps it busy for `busyFirst`.
-class Worker : public EventHostThread {
-public:
+struct Worker : EventHostThread {
     explicit Worker(const char* name, milliseconds busyFirst = milliseconds(0))
-        : EventHostThread(name), m_busyFirst(busyFirst) {}
+        : EventHostThread(name), busyFirst(busyFirst) {}
     ~Worker() override { Stop(true); }
     void Run() override {
         for (;;) {
@@ -33,17 +32,15 @@ public:
                 break;
             }
             if (received.fetch_add(1) == 0)
-                std::this_thread::sleep_for(m_busyFirst);
+                std::this_thread::sleep_for(busyFirst);
             lastEvent = out.getEventId();
         }
         ended = true;
     }
     void askToStop() { m_bStop = true; } // the flag only, as Stop() sets it before it joins
+    const milliseconds busyFirst;
     std::atomic<int> received{0}, lastEvent{0};
     std::atomic<bool> falseLeftOut{false}, ended{false};
-
-private:
-    milliseconds m_busyFirst;
 };
 
 class EventHostThreadTest : public testing::Test {

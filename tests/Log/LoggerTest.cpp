@@ -25,9 +25,8 @@ protected:
         ConfigurationManager::DestroyManager();
         ASSERT_NE(ConfigurationManager::GetManager()->getInstance(), nullptr);
     }
-    static VemloTest::TestConfig* s_config;
+    static inline VemloTest::TestConfig* s_config = nullptr;
 };
-VemloTest::TestConfig* LoggerTest::s_config = nullptr;
 
 } // namespace
 

@@ -34,6 +34,15 @@ struct Environment : testing::Environment {
     }
 };
 
+// Every program that includes this header (in one source) gets the environment.
+inline Environment* const g_env =
+    static_cast<Environment*>(testing::AddGlobalTestEnvironment(new Environment));
+
+// A socket class with its descriptor in reach of the test.
+template <class Socket> struct Open : Socket {
+    int& fd() { return this->m_nSocket; }
+};
+
 inline bool isOpen(int fd) {
     return fcntl(fd, F_GETFD) != -1;
 }

@@ -32,9 +32,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-NetTest::Environment* const g_env =
-    static_cast<NetTest::Environment*>(testing::AddGlobalTestEnvironment(new NetTest::Environment));
-
 const size_t kHead = 94; // the size of every head the Python peer sends
 
 // 'a' + i % 26, the body the Python peer sends.
@@ -69,7 +66,7 @@ protected:
              const char* method = "POST") {
         return WebPostMessage::SimpleHTTPMethod(peer.url(path).c_str(), body, method, out);
     }
-    static std::string folder() { return g_env->config->workingDirectory(); }
+    static std::string folder() { return NetTest::g_env->config->workingDirectory(); }
     static size_t spoolFiles() { return entries(folder(), "http_"); }
     // Takes a spool number and returns it: the next exchange that spools uses the one after.
     static int takeSpoolNumber() {
@@ -82,7 +79,7 @@ protected:
         VemloTest::ConfigEntries entries{{"Base.Log.Level", "DEBUG"}};
         if (!tempPath.empty())
             entries.emplace_back("Base.Http.TempPath", tempPath);
-        ASSERT_TRUE(VemloTest::WriteXmlPropertyFile(g_env->config->file(), entries));
+        ASSERT_TRUE(VemloTest::WriteXmlPropertyFile(NetTest::g_env->config->file(), entries));
         Vemlo::Config::ConfigurationManager::DestroyManager();
     }
 

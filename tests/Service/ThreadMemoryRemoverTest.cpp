@@ -1,35 +1,17 @@
 //===- Service/ThreadMemoryRemoverTest.cpp - The thread reaper ------------===//
 #include "support/SyslogSink.h"
 #include "support/TestConfig.h"
+#include "Service/ThreadTestKit.h"
 
 #include <atomic>
-#include <chrono>
-#include <thread>
 
-#include <dirent.h>
 #include <syslog.h>
 
 using Vemlo::Service::ThreadMemoryRemover;
 using Clock = std::chrono::steady_clock;
+using VemloTest::waitFor;
 
 namespace {
-
-template <class Pred> bool waitFor(Pred done, std::chrono::seconds limit = std::chrono::seconds(5)) {
-    const auto end = Clock::now() + limit;
-    while (!done() && Clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return done();
-}
-
-int taskCount() {
-    int count = 0;
-    if (DIR* dir = opendir("/proc/self/task")) {
-        while (dirent* entry = readdir(dir))
-            count += entry->d_name[0] != '.';
-        closedir(dir);
-    }
-    return count;
-}
 
 std::atomic<int> g_deleted{0};
 
@@ -60,11 +42,7 @@ protected:
 
 TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
     SYSLOG_SINK_OR_SKIP(m_sink);
-    // A sanitizer's helper thread starts with the first thread; under qemu a
-    // joined thread may linger for a moment.
-    std::thread([] {}).join();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    const int before = taskCount();
+    const int before = VemloTest::SettledTaskCount();
 
     ThreadMemoryRemover* reaper = ThreadMemoryRemover::GetInstance();
     ASSERT_NE(reaper, nullptr);
@@ -75,14 +53,10 @@ TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
     EXPECT_EQ(started.identity.rfind("[libVemlo] ThreadMemoryRemover(", 0), 0u) << started.raw;
     EXPECT_EQ(started.text, "[DEBUG] [Run] start");
 
-    Worker* running = new Worker();
-    ASSERT_TRUE(running->Start());
-    Worker* stopped = new Worker();
-    ASSERT_TRUE(stopped->Start());
-    ASSERT_TRUE(stopped->Stop(true));
-    reaper->addThread(running);
-    reaper->addThread(stopped);
-    reaper->addThread(nullptr);
+    Worker *running = new Worker(), *stopped = new Worker();
+    ASSERT_TRUE(running->Start() && stopped->Start() && stopped->Stop(true));
+    for (Worker* w : {running, stopped, static_cast<Worker*>(nullptr)})
+        reaper->addThread(w);
 
     // The stopped one goes in the next scan; the running one stays.
     EXPECT_TRUE(waitFor([] { return g_deleted == 1; }));
@@ -99,10 +73,8 @@ TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
         Worker* worker = new Worker();
         ASSERT_TRUE(waitFor([&] { return worker->getState() == 0; }));
         ASSERT_TRUE(worker->Start());
-        if (i % 2 == 0)
-            ASSERT_TRUE(worker->Stop(true));
-        else
-            worker->release = true;
+        worker->release = i % 2 == 1;
+        ASSERT_TRUE(worker->release || worker->Stop(true));
         reaper->addThread(worker);
     }
     EXPECT_TRUE(waitFor([] { return g_deleted == 202; }, std::chrono::seconds(20))) << g_deleted;
@@ -112,5 +84,5 @@ TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
     ThreadMemoryRemover::DestroyInstance();
     EXPECT_LT(Clock::now() - stopping, std::chrono::milliseconds(900));
     ThreadMemoryRemover::DestroyInstance(); // none left: nothing happens
-    EXPECT_TRUE(waitFor([&] { return taskCount() <= before; })) << taskCount() << " threads, " << before;
+    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; })) << VemloTest::TaskCount() << " threads, " << before;
 }

@@ -1,35 +1,14 @@
 //===- Service/ThreadTest.cpp - The framework thread base -----------------===//
 #include "support/VemloTest.h"
+#include "Service/ThreadTestKit.h"
 
 #include <atomic>
-#include <chrono>
-#include <thread>
-
-#include <dirent.h>
 
 using Vemlo::Service::Thread;
 using Clock = std::chrono::steady_clock;
+using VemloTest::waitFor;
 
 namespace {
-
-// Polls `done` for up to ten seconds; the tests never wait unbounded.
-template <class Pred> bool waitFor(Pred done) {
-    const auto end = Clock::now() + std::chrono::seconds(10);
-    while (!done() && Clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return done();
-}
-
-// Threads of this process, as the kernel lists them.
-int taskCount() {
-    int count = 0;
-    if (DIR* dir = opendir("/proc/self/task")) {
-        while (dirent* entry = readdir(dir))
-            count += entry->d_name[0] != '.';
-        closedir(dir);
-    }
-    return count;
-}
 
 // Runs until released or asked to stop (`release` unset), or returns at once.
 class Worker : public Thread {
@@ -96,11 +75,7 @@ TEST(ThreadTest, ShortRunIsNotOverwrittenByStart) {
 }
 
 TEST(ThreadTest, NeverStartedThreadEndsWithoutRunning) {
-    // A sanitizer runtime starts a helper thread with the first thread, and
-    // under qemu a joined thread may linger for a moment.
-    std::thread([] {}).join();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    const int before = taskCount();
+    const int before = VemloTest::SettledTaskCount();
     {
         Worker destroyed(true); // destroyed right after creation, maybe before it parks
         Worker parked(true);
@@ -111,5 +86,5 @@ TEST(ThreadTest, NeverStartedThreadEndsWithoutRunning) {
         EXPECT_EQ(stopped.runs + parked.runs, 0);
     }
     // No OS thread is left parked on a destroyed object.
-    EXPECT_TRUE(waitFor([&] { return taskCount() <= before; })) << taskCount() << " threads, " << before;
+    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; })) << VemloTest::TaskCount() << " threads, " << before;
 }

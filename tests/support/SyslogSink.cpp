@@ -36,26 +36,19 @@ bool bindTo(int fd, const char* path, bool abstract = false) {
 
 // "<pri>Mmm dd hh:mm:ss identity: text", the time stamp optional.
 void parse(const std::string& datagram, SyslogRecord& out) {
-    out.raw = datagram;
+    out.raw = out.text = datagram;
     int pri = -1, at = 0;
-    if (std::sscanf(datagram.c_str(), "<%3d>%n", &pri, &at) != 1 || at == 0) {
-        out.text = datagram;
+    if (std::sscanf(datagram.c_str(), "<%3d>%n", &pri, &at) != 1 || at == 0)
         return;
-    }
     out.priority = pri & 7;
     out.facility = pri & ~7;
-    const std::string rest = datagram.substr(at);
-    size_t begin = 0;
+    std::string rest = datagram.substr(at);
     if (rest.size() >= 16 && rest[3] == ' ' && rest[6] == ' ' && rest[9] == ':' && rest[12] == ':' &&
         rest[15] == ' ')
-        begin = 16;
-    const size_t colon = rest.find(": ", begin);
-    if (colon == std::string::npos) {
-        out.text = rest.substr(begin);
-        return;
-    }
-    out.identity = rest.substr(begin, colon - begin);
-    out.text = rest.substr(colon + 2);
+        rest.erase(0, 16);
+    const size_t colon = rest.find(": ");
+    out.identity = rest.substr(0, colon == std::string::npos ? 0 : colon);
+    out.text = colon == std::string::npos ? rest : rest.substr(colon + 2);
 }
 
 } // namespace

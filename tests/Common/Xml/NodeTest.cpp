@@ -2,6 +2,7 @@
 #include "support/VemloTest.h"
 
 #include <memory>
+#include <vector>
 
 using namespace Vemlo::Common::Xml;
 
@@ -14,24 +15,18 @@ struct CountedNode : Node {
     explicit CountedNode(const char* name) : Node(name) { ++g_nodesAlive; }
     ~CountedNode() override { --g_nodesAlive; }
 };
-
 struct CountedAttribute : Attribute {
-    CountedAttribute(const char* name, const char* value) : Attribute(name, value) {
-        ++g_attributesAlive;
-    }
+    CountedAttribute(const char* name, const char* value) : Attribute(name, value) { ++g_attributesAlive; }
     ~CountedAttribute() override { --g_attributesAlive; }
 };
 
 // root( a( target=deep ), b( target=shallow ), target=last )
 Node* buildTree(Node** deep, Node** shallow, Node** last) {
-    Node* root = new CountedNode("root");
-    Node* a = new CountedNode("a");
-    Node* b = new CountedNode("b");
+    Node *root = new CountedNode("root"), *a = new CountedNode("a"), *b = new CountedNode("b");
     a->addChild(*deep = new CountedNode("target"));
     b->addChild(*shallow = new CountedNode("target"));
-    root->addChild(a);
-    root->addChild(b);
-    root->addChild(*last = new CountedNode("target"));
+    for (Node* child : {a, b, *last = new CountedNode("target")})
+        root->addChild(child);
     return root;
 }
 
@@ -53,12 +48,9 @@ TEST(NodeTest, SearchesArePreOrderAndIncludeTheStartingNode) {
     NodeList list;
     list.addNode(root.get());
     EXPECT_EQ(root->getNodeListByName("target", reinterpret_cast<long*>(&list)), 1);
-    ASSERT_EQ(list.getNodeCount(), 4);
-    EXPECT_EQ(list.getNode(0), root.get()); // earlier entries stay
-    EXPECT_EQ(list.getNode(1), deep);
-    EXPECT_EQ(list.getNode(2), shallow);
-    EXPECT_EQ(list.getNode(3), last);
-    EXPECT_EQ(list.getNode(-1), nullptr);
+    // Earlier entries stay; past either end: null.
+    EXPECT_EQ((std::vector<Node*>{list.getNode(0), list.getNode(1), list.getNode(2), list.getNode(3), list.getNode(4), list.getNode(-1)}),
+              (std::vector<Node*>{root.get(), deep, shallow, last, nullptr, nullptr}));
     EXPECT_EQ(root->getChildNode(3), nullptr);
     EXPECT_EQ(root->getAttribute(-1), nullptr);
 }
@@ -121,8 +113,7 @@ TEST(NodeTest, DeepTreesNeedNoRecursion) {
     // Far deeper than any call stack would take if searches, output or
     // destruction recursed.
     constexpr int kDepth = 300000;
-    auto* root = new Node("level");
-    Node* tip = root;
+    Node *root = new Node("level"), *tip = root;
     for (int i = 1; i < kDepth; ++i) {
         Node* next = new Node("level");
         tip->addChild(next);

@@ -1,4 +1,4 @@
-//===- Data/BoxCollect/BoxTest.cpp - Key/value bag for payloads -----------===//
+//===- Data/BoxCollect/BoxTest.cpp - Key/value bags for payloads ----------===//
 #include "support/VemloTest.h"
 #include "Data/Collection/CountingObject.h"
 
@@ -9,6 +9,7 @@
 
 using Vemlo::Data::BoxCollect::Box;
 using Vemlo::Data::BoxCollect::ReqBox;
+using Vemlo::Data::BoxCollect::RespBox;
 using VemloTest::CountingObject;
 
 namespace {
@@ -101,4 +102,20 @@ TEST(BoxTest, CopiesShareEntriesUntilTheLastGoesAndAssignmentDoesNothing) {
     request.Add("q", "1");
     ReqBox(request).Add("r", "2");
     EXPECT_EQ(entries(request), (Entries{{"q", "1"}, {"r", "2"}}));
+}
+
+TEST(BoxTest, ResponseCarriesAResultTextThatCopiesAndAssignmentTake) {
+    RespBox response;
+    response.SetResult(nullptr);
+    EXPECT_STREQ(response.GetResult(), "");
+    response.SetResult("done");
+    response.Add("k", "v");
+    EXPECT_STREQ(RespBox(response).GetResult(), "done");
+
+    // Assignment copies the result only; the entries stay.
+    RespBox other;
+    other.Add("mine", "1");
+    other = response;
+    EXPECT_STREQ(other.GetResult(), "done");
+    EXPECT_EQ(entries(other), (Entries{{"mine", "1"}}));
 }

@@ -41,9 +41,8 @@ protected:
     static void SetUpTestSuite() { s_config = new VemloTest::TestConfig(); }
     static void TearDownTestSuite() { delete s_config; }
     static std::string folder() { return s_config->folder(); }
-    static VemloTest::TestConfig* s_config;
+    static inline VemloTest::TestConfig* s_config = nullptr;
 };
-VemloTest::TestConfig* PropertyManagerTest::s_config = nullptr;
 
 } // namespace
 

@@ -9,18 +9,14 @@ using NetTest::isOpen;
 
 namespace {
 
-testing::Environment* const kEnvironment =
-    testing::AddGlobalTestEnvironment(new NetTest::Environment);
-
 // A client that takes over one end of a socket pair made by the test.
-struct Client : Vemlo::Net::Socket::ClientBase {
+struct Client : NetTest::Open<Vemlo::Net::Socket::ClientBase> {
     explicit Client(int type = SOCK_STREAM) {
         socketpair(AF_UNIX, type, 0, pair);
         m_nSocket = pair[0];
     }
     ~Client() override { close(pair[1]); }
     int Connect(char*, int, int) override { return 0; }
-    int& fd() { return m_nSocket; }
     int pair[2] = {-1, -1};
 };
 

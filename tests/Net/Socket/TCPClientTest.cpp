@@ -42,23 +42,16 @@ extern "C" int connect(int fd, const struct sockaddr* address, socklen_t length)
 
 namespace {
 
-testing::Environment* const kEnvironment =
-    testing::AddGlobalTestEnvironment(new NetTest::Environment);
-
-struct Server : Vemlo::Net::Socket::TCPServer {
-    int& fd() { return m_nSocket; }
-    sockaddr_in local() const {
+struct Server : NetTest::Open<Vemlo::Net::Socket::TCPServer> {
+    sockaddr_in local() {
         sockaddr_in address{};
         socklen_t size = sizeof address;
-        getsockname(m_nSocket, reinterpret_cast<sockaddr*>(&address), &size);
+        getsockname(fd(), reinterpret_cast<sockaddr*>(&address), &size);
         return address;
     }
-    int port() const { return ntohs(local().sin_port); }
+    int port() { return ntohs(local().sin_port); }
 };
-
-struct Client : Vemlo::Net::Socket::TCPClient {
-    int fd() const { return m_nSocket; }
-};
+using Client = NetTest::Open<Vemlo::Net::Socket::TCPClient>;
 
 // A bound server (the address text is ignored: it listens on every interface).
 class TCPClientTest : public testing::Test {

@@ -11,12 +11,7 @@ using Vemlo::Net::NetException;
 
 namespace {
 
-testing::Environment* const kEnvironment =
-    testing::AddGlobalTestEnvironment(new NetTest::Environment);
-
-struct Client : Vemlo::Net::Socket::UDSClient {
-    int fd() const { return m_nSocket; }
-};
+using Client = NetTest::Open<Vemlo::Net::Socket::UDSClient>;
 
 bool isSocketFile(const std::string& path) {
     struct stat info;

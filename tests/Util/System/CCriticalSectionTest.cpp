@@ -1,8 +1,8 @@
 //===- Util/System/CCriticalSectionTest.cpp - Kernel critical sections ----===//
 #include "support/VemloTest.h"
+#include "Service/ThreadTestKit.h"
 
 #include <atomic>
-#include <chrono>
 #include <fstream>
 #include <thread>
 #include <vector>
@@ -18,17 +18,6 @@ using Vemlo::Util::System::CSingleLock;
 namespace {
 
 int semValue(int id) { return semctl(id, 0, GETVAL); }
-
-// Polls `done` for up to `limit`; the tests never wait unbounded.
-template <class Pred> bool waitFor(Pred done, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 } // namespace
 
@@ -84,7 +73,7 @@ template <class Body> int inFreshIpcNamespace(Body body) {
         _exit(body());
     }
     int status = 0;
-    if (!waitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, std::chrono::seconds(60))) {
+    if (!VemloTest::waitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, std::chrono::seconds(60))) {
         kill(pid, SIGKILL);
         waitpid(pid, &status, 0);
         return -2;
