@@ -27,7 +27,7 @@ namespace {
 constexpr int kRows = 10000;
 
 // A working folder with the configuration the log channels need, and a
-// database file in it; removed at exit.
+// database file in it; removed at exit with the services that read it.
 struct Fixture {
     std::string dir;
     std::string file;
@@ -51,7 +51,13 @@ struct Fixture {
                      nullptr, nullptr, nullptr);
         sqlite3_close(db);
     }
-    ~Fixture() { std::system(("rm -rf " + dir).c_str()); }
+    // The process-wide services the log channel brought up own System V
+    // semaphore sets, which would outlive the process.
+    ~Fixture() {
+        Vemlo::Log::Logger::DestroyLogger();
+        Vemlo::Config::ConfigurationManager::DestroyManager();
+        std::system(("rm -rf " + dir).c_str());
+    }
 };
 
 Fixture& fixture() {
