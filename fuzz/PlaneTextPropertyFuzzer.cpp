@@ -10,26 +10,20 @@
 //===----------------------------------------------------------------------===//
 #include <Vemlo/Vemlo.h>
 
+#include "FuzzFolder.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include <unistd.h>
-
 using Vemlo::Data::Properties::PlaneTextProperty;
 using Vemlo::Data::Properties::PropertyException;
 
 namespace {
 
-std::string g_folder;
 std::string g_file;
-
-void removeFolder() {
-    std::remove(g_file.c_str());
-    rmdir(g_folder.c_str());
-}
 
 // Gives the checks access to the loaded entries.
 class CheckedProperty : public PlaneTextProperty {
@@ -51,26 +45,12 @@ public:
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/vemlo-fuzz-XXXXXX";
-    if (!mkdtemp(&pattern[0]))
-        std::abort();
-    g_folder = pattern;
-    g_file = g_folder + "/input.properties";
-    std::atexit(removeFolder);
-    // Creating a file prints a line each time; the fuzzer reports on stderr.
-    if (!std::freopen("/dev/null", "w", stdout))
-        std::abort();
+    g_file = FuzzFolder::make() + "/input.properties";
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    FILE* file = std::fopen(g_file.c_str(), "wb");
-    if (!file)
-        std::abort();
-    const bool written = std::fwrite(data, 1, size, file) == size;
-    if (std::fclose(file) != 0 || !written)
-        std::abort();
+    FuzzFolder::write(g_file, data, size);
     {
         CheckedProperty property;
         try {

@@ -10,56 +10,32 @@
 //===----------------------------------------------------------------------===//
 #include <Vemlo/Vemlo.h>
 
+#include "FuzzFolder.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-
-#include <unistd.h>
 
 using Vemlo::Common::Xml::XmlException;
 using Vemlo::Data::Properties::XmlProperty;
 
 namespace {
 
-std::string g_folder;
 std::string g_input;
 std::string g_output;
-
-void removeFolder() {
-    std::remove(g_input.c_str());
-    std::remove(g_output.c_str());
-    rmdir(g_folder.c_str());
-}
-
-void writeFile(const std::string& path, const uint8_t* data, size_t size) {
-    FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file)
-        std::abort();
-    const bool written = std::fwrite(data, 1, size, file) == size;
-    if (std::fclose(file) != 0 || !written)
-        std::abort();
-}
 
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/vemlo-fuzz-XXXXXX";
-    if (!mkdtemp(&pattern[0]))
-        std::abort();
-    g_folder = pattern;
-    g_input = g_folder + "/input.xml";
-    g_output = g_folder + "/output.xml";
-    std::atexit(removeFolder);
-    // Every load prints a line; the fuzzer reports on stderr.
-    if (!std::freopen("/dev/null", "w", stdout))
-        std::abort();
+    const std::string& folder = FuzzFolder::make();
+    g_input = folder + "/input.xml";
+    g_output = folder + "/output.xml";
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    writeFile(g_input, data, size);
+    FuzzFolder::write(g_input, data, size);
     {
         XmlProperty property;
         bool loaded = false;
@@ -73,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             property.setValue("Fuzz.Added", "value");
             // The output file starts as an empty set; Update fills the kept
             // document, which came from the input.
-            writeFile(g_output, reinterpret_cast<const uint8_t*>("<FileProperty></FileProperty>"), 29);
+            FuzzFolder::write(
+                g_output, reinterpret_cast<const uint8_t*>("<FileProperty></FileProperty>"), 29);
             if (property.Update(g_output.c_str()) == 1) {
                 XmlProperty reread;
                 try {

@@ -126,6 +126,25 @@ Found findById(ArrayList* list, int id, EventHost** found = nullptr) {
     return Found::No;
 }
 
+// A look-up by id under the lists' lock, logging a null entry or a miss
+// with the caller's own texts.
+EventHost* findLogged(ListLock& lock, ArrayList* list, int id, Vemlo::Log::FileLog* log,
+                      const char* nullLine, const char* tag) {
+    EventHost* result = nullptr;
+    Found found;
+    {
+        Guard lists(lock);
+        found = findById(list, id, &result);
+    }
+    if (log != nullptr) {
+        if (found == Found::NullEntry)
+            log->WriteError("%s", nullLine);
+        else if (found == Found::No)
+            log->WriteDebug("%s  can not find the host ", tag);
+    }
+    return result;
+}
+
 int indexOf(ArrayList* list, const EventHost* host) {
     const int count = list->Count();
     for (int i = 0; i < count; ++i) {
@@ -322,35 +341,13 @@ int EventHandler::SendEventMsg(EventMessage* message) {
 }
 
 EventHost* EventHandler::FindHost(int id) {
-    EventHost* result = nullptr;
-    Found found;
-    {
-        Guard lists(m_pCoordination->lock);
-        found = findById(m_pHosts, id, &result);
-    }
-    if (m_pLog != nullptr) {
-        if (found == Found::NullEntry)
-            m_pLog->WriteError("[EventHandler::findhost] host is NULL");
-        else if (found == Found::No)
-            m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindHost]");
-    }
-    return result;
+    return findLogged(m_pCoordination->lock, m_pHosts, id, m_pLog,
+                      "[EventHandler::findhost] host is NULL", "[EventHandler::FindHost]");
 }
 
 EventHost* EventHandler::FindTmpHost(int id) {
-    EventHost* result = nullptr;
-    Found found;
-    {
-        Guard lists(m_pCoordination->lock);
-        found = findById(m_pTmpHosts, id, &result);
-    }
-    if (m_pLog != nullptr) {
-        if (found == Found::NullEntry)
-            m_pLog->WriteError("[EventHandler::FindTmpHost] host is NULL");
-        else if (found == Found::No)
-            m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindTmpHost]");
-    }
-    return result;
+    return findLogged(m_pCoordination->lock, m_pTmpHosts, id, m_pLog,
+                      "[EventHandler::FindTmpHost] host is NULL", "[EventHandler::FindTmpHost]");
 }
 
 EventHost* EventHandler::FindHost(const char* name) {

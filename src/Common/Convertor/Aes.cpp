@@ -284,20 +284,35 @@ int Aes::AESSetDecryptKey(const unsigned char* userKey, int bits, stAesKeySt* ke
     return 0;
 }
 
-void Aes::AESEncrypt(const unsigned char* in, unsigned char* out, const stAesKeySt* key) {
+namespace {
+
+// The rounds of one block, in the direction asked.
+template <bool Encrypt, int Rounds>
+__attribute__((always_inline)) inline void columns(uint32_t& s0, uint32_t& s1, uint32_t& s2,
+                                                   uint32_t& s3, const uint32_t* rk) {
+    if (Encrypt)
+        encryptColumns<Rounds>(s0, s1, s2, s3, rk);
+    else
+        decryptColumns<Rounds>(s0, s1, s2, s3, rk);
+}
+
+// One block through the body for the key's 10, 12 or 14 rounds. Bad
+// arguments leave `out` untouched.
+template <bool Encrypt>
+void cryptBlock(const unsigned char* in, unsigned char* out, const stAesKeySt* key) {
     if (in == nullptr || out == nullptr || key == nullptr || !validRounds(key->rounds)) {
         return;
     }
     uint32_t s0 = load32(in), s1 = load32(in + 4), s2 = load32(in + 8), s3 = load32(in + 12);
     switch (key->rounds) {
     case 10:
-        encryptColumns<10>(s0, s1, s2, s3, key->rd_key);
+        columns<Encrypt, 10>(s0, s1, s2, s3, key->rd_key);
         break;
     case 12:
-        encryptColumns<12>(s0, s1, s2, s3, key->rd_key);
+        columns<Encrypt, 12>(s0, s1, s2, s3, key->rd_key);
         break;
     default:
-        encryptColumns<14>(s0, s1, s2, s3, key->rd_key);
+        columns<Encrypt, 14>(s0, s1, s2, s3, key->rd_key);
         break;
     }
     store32(out, s0);
@@ -306,26 +321,14 @@ void Aes::AESEncrypt(const unsigned char* in, unsigned char* out, const stAesKey
     store32(out + 12, s3);
 }
 
+} // namespace
+
+void Aes::AESEncrypt(const unsigned char* in, unsigned char* out, const stAesKeySt* key) {
+    cryptBlock<true>(in, out, key);
+}
+
 void Aes::AESDecrypt(const unsigned char* in, unsigned char* out, const stAesKeySt* key) {
-    if (in == nullptr || out == nullptr || key == nullptr || !validRounds(key->rounds)) {
-        return;
-    }
-    uint32_t s0 = load32(in), s1 = load32(in + 4), s2 = load32(in + 8), s3 = load32(in + 12);
-    switch (key->rounds) {
-    case 10:
-        decryptColumns<10>(s0, s1, s2, s3, key->rd_key);
-        break;
-    case 12:
-        decryptColumns<12>(s0, s1, s2, s3, key->rd_key);
-        break;
-    default:
-        decryptColumns<14>(s0, s1, s2, s3, key->rd_key);
-        break;
-    }
-    store32(out, s0);
-    store32(out + 4, s1);
-    store32(out + 8, s2);
-    store32(out + 12, s3);
+    cryptBlock<false>(in, out, key);
 }
 
 void Aes::AESCbcEncrypt(const unsigned char* ucIn, unsigned char* ucOut, unsigned long length,

@@ -12,6 +12,20 @@ namespace {
 
 inline const char* orEmpty(const char* s) { return s ? s : ""; }
 
+// The key's element, found in the map's `slot`, gets the value in place (an
+// Object* value replaced that way stays the caller's); a new key gets a new
+// element at the end of the list.
+template <class Value>
+void setOrAppend(ArrayList& list, HashElement*& slot, const char* key, Value value) {
+    if (slot) {
+        slot->setValue(value);
+        return;
+    }
+    std::unique_ptr<HashElement> element(new HashElement(key, value));
+    list.Add(static_cast<Object*>(element.get()));
+    slot = element.release();
+}
+
 } // namespace
 
 HashTable::HashTable() : ArrayList(true, true) {}
@@ -19,26 +33,11 @@ HashTable::HashTable() : ArrayList(true, true) {}
 HashTable::~HashTable() { ClearAll(); }
 
 void HashTable::AddObj(const char* key, Object* value) {
-    HashElement*& slot = m_map[orEmpty(key)];
-    if (slot) {
-        // In place; the old value is the caller's.
-        slot->setValue(value);
-        return;
-    }
-    std::unique_ptr<HashElement> element(new HashElement(key, value));
-    Add(static_cast<Object*>(element.get()));
-    slot = element.release();
+    setOrAppend(*this, m_map[orEmpty(key)], key, value);
 }
 
 void HashTable::AddObj(const char* key, const char* value) {
-    HashElement*& slot = m_map[orEmpty(key)];
-    if (slot) {
-        slot->setValue(value);
-        return;
-    }
-    std::unique_ptr<HashElement> element(new HashElement(key, value));
-    Add(static_cast<Object*>(element.get()));
-    slot = element.release();
+    setOrAppend(*this, m_map[orEmpty(key)], key, value);
 }
 
 HashElement* HashTable::getElement(const char* key) {

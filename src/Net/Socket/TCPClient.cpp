@@ -3,6 +3,8 @@
 
 #include <Vemlo/Net/NetException.h>
 
+#include "Net/Socket/CloseFailed.h"
+
 #include <cerrno>
 #include <cstring>
 
@@ -20,14 +22,6 @@ namespace Net {
 namespace Socket {
 
 namespace {
-
-// Closes the socket of a failed connect and leaves -1 in its place, so that
-// neither Close nor the destructor closes that number again (by then it may
-// belong to another file of the process). Close still returns -1 for it.
-void closeFailed(int& socket) {
-    ::close(socket);
-    socket = -1;
-}
 
 // How long Connect waits for the connection, whatever the caller passes.
 constexpr int kConnectWaitSeconds = 5;

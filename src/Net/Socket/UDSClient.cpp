@@ -3,6 +3,8 @@
 
 #include <Vemlo/Net/NetException.h>
 
+#include "Net/Socket/CloseFailed.h"
+
 #include <cstring>
 
 #include <sys/socket.h>
@@ -12,18 +14,6 @@
 namespace Vemlo {
 namespace Net {
 namespace Socket {
-
-namespace {
-
-// Closes the socket of a failed connect and leaves -1 in its place, so that
-// neither Close nor the destructor closes that number again (by then it may
-// belong to another file of the process). Close still returns -1 for it.
-void closeFailed(int& socket) {
-    ::close(socket);
-    socket = -1;
-}
-
-} // namespace
 
 UDSClient::UDSClient() = default;
 
