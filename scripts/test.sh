@@ -24,8 +24,6 @@ start=$(date +%s)
 
 vemlo_need_packages "${VEMLO_BUILD_PACKAGES[@]}" "${VEMLO_TEST_PACKAGES[@]}" || {
     echo "cannot install the build and test packages"; echo "0 passed, 1 failed"; exit 1; }
-vemlo_need_packages "${VEMLO_TEST_OPTIONAL_PACKAGES[@]}" ||
-    echo "nginx could not be installed: its test cases will be skipped"
 
 # run_ctest LANE BUILD_DIR [ctest args...]: runs the lane's tests and adds
 # its counts to the totals.

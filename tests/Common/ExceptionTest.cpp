@@ -12,11 +12,7 @@ using PublicFamily =
 TYPED_TEST_SUITE(ExceptionFamilyTest, PublicFamily);
 
 TYPED_TEST(ExceptionFamilyTest, NullMessagesReadEmptyAndPointersThrowThroughTheBase) {
-    TypeParam withCode(nullptr, 7);
-    EXPECT_STREQ(withCode.GetMessage(), "");
-    EXPECT_EQ(withCode.GetCode(), 7);
-    withCode.SetMessage(nullptr);
-    EXPECT_STREQ(withCode.GetMessage(), "");
+    EXPECT_STREQ(TypeParam(nullptr, 7).GetMessage(), "");
     try {
         throw new TypeParam("Thread Stop Error", 7222);
     } catch (Exception* e) {
@@ -27,19 +23,7 @@ TYPED_TEST(ExceptionFamilyTest, NullMessagesReadEmptyAndPointersThrowThroughTheB
     }
 }
 
-TEST(ExceptionTest, PropertyExceptionEscapesHandlersForTheBase) {
-    using Vemlo::Data::Properties::PropertyException;
-    bool caughtByBase = false;
-    try {
-        try {
-            throw new PropertyException("Cannot Load Property File", 201);
-        } catch (Exception* e) {
-            caughtByBase = true;
-            delete e;
-        }
-    } catch (PropertyException* e) {
-        delete e;
-    }
-    EXPECT_FALSE(caughtByBase);
-    EXPECT_FALSE((std::is_convertible<PropertyException*, Exception*>::value));
-}
+// Property failures are not in the family: a handler for the base must not
+// catch them.
+static_assert(!std::is_convertible<Vemlo::Data::Properties::PropertyException*, Exception*>::value,
+              "");

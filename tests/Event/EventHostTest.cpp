@@ -2,8 +2,6 @@
 #include "support/VemloTest.h"
 
 #include <memory>
-#include <set>
-#include <thread>
 #include <vector>
 
 using Vemlo::Event::EventHost;
@@ -32,22 +30,3 @@ TEST(EventHostTest, IdsRunFromOneToOneThousandAndThenWrap) {
     EXPECT_STREQ(Bare(nullptr).getName(), "");
 }
 
-TEST(EventHostTest, HostsMadeOnSeveralThreadsGetDistinctIds) {
-    EventHost::ID_ORDER = 0;
-    constexpr int kThreads = 4, kEach = 200; // 800 ids: no wrap
-    std::vector<std::vector<int>> ids(kThreads);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([t, &ids] {
-            for (int i = 0; i < kEach; ++i)
-                ids[t].push_back(Bare("h").getId());
-        });
-    std::set<int> all;
-    for (int t = 0; t < kThreads; ++t) {
-        threads[t].join();
-        all.insert(ids[t].begin(), ids[t].end());
-    }
-    EXPECT_EQ(all.size(), static_cast<size_t>(kThreads * kEach));
-    EXPECT_EQ(*all.begin(), 1);
-    EXPECT_EQ(*all.rbegin(), kThreads * kEach);
-}

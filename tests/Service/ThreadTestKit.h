@@ -5,29 +5,25 @@
 #include <chrono>
 #include <thread>
 
-#include <dirent.h>
+#include <filesystem>
 
 namespace VemloTest {
 
 // Polls `done` every millisecond for up to `limit`: the tests never wait unbounded.
-template <class Pred> bool waitFor(Pred done, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-    for (const auto end = std::chrono::steady_clock::now() + limit; !done();)
+template <class Pred>
+bool waitFor(Pred done, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    for (const auto end = std::chrono::steady_clock::now() + limit; !done();
+         std::this_thread::sleep_for(std::chrono::milliseconds(1)))
         if (std::chrono::steady_clock::now() > end)
             return false;
-        else
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return true;
 }
 
 // Threads of this process, as the kernel lists them.
 inline int TaskCount() {
-    int count = 0;
-    if (DIR* dir = opendir("/proc/self/task")) {
-        while (dirent* entry = readdir(dir))
-            count += entry->d_name[0] != '.';
-        closedir(dir);
-    }
-    return count;
+    namespace fs = std::filesystem;
+    return static_cast<int>(
+        std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
 }
 
 // TaskCount() once a sanitizer runtime has started the helper thread it starts

@@ -29,49 +29,32 @@ std::string fromHex(const std::string& hex) {
 
 } // namespace
 
-pid_t SpawnHostProgram(std::vector<std::string> args, int out) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    if (out >= 0)
-        posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
-#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 34))
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-#endif
-    std::vector<char*> argv, envp;
-    for (auto& a : args)
-        argv.push_back(&a[0]);
-    for (char** e = environ; e && *e; ++e)
-        if (std::strncmp(*e, "LD_LIBRARY_PATH=", 16) != 0 &&
-            std::strncmp(*e, "LD_PRELOAD=", 11) != 0)
-            envp.push_back(*e);
-    argv.push_back(nullptr);
-    envp.push_back(nullptr);
-    pid_t pid = -1;
-    if (posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0)
-        pid = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    return pid;
-}
-
-void KillAndReap(pid_t& pid) {
-    if (pid <= 0)
-        return;
-    kill(pid, SIGKILL);
-    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-    }
-    pid = -1;
-}
-
 HttpPeer::HttpPeer(bool closeAtOnce) {
     int pipeFds[2];
     if (pipe2(pipeFds, O_CLOEXEC) != 0) {
         m_why = "pipe failed";
         return;
     }
-    std::vector<std::string> args{"python3", VEMLO_TEST_SUPPORT_DIR "/http_peer.py"};
-    if (closeAtOnce)
-        args.emplace_back("--close-at-once");
-    m_pid = SpawnHostProgram(args, pipeFds[1]);
+    // Standard output to the pipe, only descriptors 0-2 kept; an emulated
+    // target's loader settings are left out of the host program's environment.
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 34))
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+#endif
+    std::string script = VEMLO_TEST_SUPPORT_DIR "/http_peer.py", option = "--close-at-once";
+    std::vector<char*> argv{const_cast<char*>("python3"), &script[0],
+                            closeAtOnce ? &option[0] : nullptr, nullptr};
+    std::vector<char*> envp;
+    for (char** e = environ; e && *e; ++e)
+        if (std::strncmp(*e, "LD_LIBRARY_PATH=", 16) != 0 &&
+            std::strncmp(*e, "LD_PRELOAD=", 11) != 0)
+            envp.push_back(*e);
+    envp.push_back(nullptr);
+    if (posix_spawnp(&m_pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0)
+        m_pid = -1;
+    posix_spawn_file_actions_destroy(&actions);
     close(pipeFds[1]);
     m_out = pipeFds[0];
     std::string line;
@@ -97,18 +80,11 @@ std::string HttpPeer::url(const std::string& path) const {
 
 bool HttpPeer::readLine(std::string& line, std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    for (;;) {
-        const size_t newline = m_pending.find('\n');
-        if (newline != std::string::npos) {
-            line = m_pending.substr(0, newline);
-            m_pending.erase(0, newline + 1);
-            return true;
-        }
+    for (size_t newline; (newline = m_pending.find('\n')) == std::string::npos;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
             end - std::chrono::steady_clock::now());
         pollfd p{m_out, POLLIN, 0};
-        const int ready =
-            m_out < 0 ? 0 : poll(&p, 1, static_cast<int>(std::max<long long>(left.count(), 0)));
+        const int ready = poll(&p, 1, static_cast<int>(std::max<long long>(left.count(), 0)));
         if (ready < 0 && errno == EINTR)
             continue;
         char buffer[65536];
@@ -117,6 +93,10 @@ bool HttpPeer::readLine(std::string& line, std::chrono::milliseconds limit) {
             return false;
         m_pending.append(buffer, static_cast<size_t>(got));
     }
+    const size_t newline = m_pending.find('\n');
+    line = m_pending.substr(0, newline);
+    m_pending.erase(0, newline + 1);
+    return true;
 }
 
 bool HttpPeer::nextRequest(HttpRequest& out, std::chrono::milliseconds limit) {
@@ -130,7 +110,12 @@ bool HttpPeer::nextRequest(HttpRequest& out, std::chrono::milliseconds limit) {
 }
 
 void HttpPeer::stop() {
-    KillAndReap(m_pid);
+    if (m_pid <= 0)
+        return;
+    kill(m_pid, SIGKILL);
+    while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    m_pid = -1;
 }
 
 } // namespace VemloTest

@@ -13,18 +13,10 @@
 
 #include <chrono>
 #include <string>
-#include <vector>
 
 #include <sys/types.h>
 
 namespace VemloTest {
-
-// Starts a host program (args[0] is looked up in PATH) with standard output on
-// `out` (-1: inherited) and only descriptors 0-2 kept; an emulated target's
-// loader settings are left out of its environment. Its pid, or -1.
-pid_t SpawnHostProgram(std::vector<std::string> args, int out = -1);
-// Kills (SIGKILL) and reaps `pid`, then sets it to -1; harmless for -1.
-void KillAndReap(pid_t& pid);
 
 // One request as the server received it.
 struct HttpRequest {

@@ -18,37 +18,34 @@ namespace {
 
 const char kLogPath[] = "/dev/log";
 
-// The address of the socket file `path`, or of the abstract name `path`
-// (sun_path[0] stays NUL) when `abstract`.
-socklen_t addressOf(sockaddr_un& address, const char* path, bool abstract = false) {
-    std::memset(&address, 0, sizeof address);
+// Binds or connects `fd` to the socket file `path`, or to the abstract name
+// `path` (sun_path[0] stays NUL) when `abstract`.
+bool attach(int fd, const char* path, bool abstract, bool connectTo = false) {
+    sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path + abstract, path, sizeof address.sun_path - 2);
-    return abstract ? static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + std::strlen(path))
-                    : sizeof address;
-}
-
-bool bindTo(int fd, const char* path, bool abstract = false) {
-    sockaddr_un address;
-    const socklen_t length = addressOf(address, path, abstract);
-    return fd >= 0 && bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0;
+    const socklen_t length = abstract ? static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + std::strlen(path))
+                                      : sizeof address;
+    const sockaddr* a = reinterpret_cast<sockaddr*>(&address);
+    return (connectTo ? connect(fd, a, length) : bind(fd, a, length)) == 0;
 }
 
 // "<pri>Mmm dd hh:mm:ss identity: text", the time stamp optional.
-void parse(const std::string& datagram, SyslogRecord& out) {
+SyslogRecord parse(const std::string& datagram) {
+    SyslogRecord out;
     out.raw = out.text = datagram;
     int pri = -1, at = 0;
     if (std::sscanf(datagram.c_str(), "<%3d>%n", &pri, &at) != 1 || at == 0)
-        return;
+        return out;
     out.priority = pri & 7;
     out.facility = pri & ~7;
     std::string rest = datagram.substr(at);
-    if (rest.size() >= 16 && rest[3] == ' ' && rest[6] == ' ' && rest[9] == ':' && rest[12] == ':' &&
-        rest[15] == ' ')
+    if (rest.size() >= 16 && rest[3] == ' ' && rest[9] == ':' && rest[12] == ':' && rest[15] == ' ')
         rest.erase(0, 16);
     const size_t colon = rest.find(": ");
     out.identity = rest.substr(0, colon == std::string::npos ? 0 : colon);
     out.text = colon == std::string::npos ? rest : rest.substr(colon + 2);
+    return out;
 }
 
 } // namespace
@@ -58,38 +55,26 @@ SyslogSink::SyslogSink() {
     // by the kernel when its holder ends, even by a crash.
     m_lockFd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (!bindTo(m_lockFd, "vemlo-test-syslog-sink", true)) {
+    while (!attach(m_lockFd, "vemlo-test-syslog-sink", true)) {
         if (errno != EADDRINUSE || std::chrono::steady_clock::now() > giveUp) {
             m_skipReason = std::string("cannot take the syslog sink lock: ") + std::strerror(errno);
             return;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
-
+    const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     struct stat info;
     if (lstat(kLogPath, &info) == 0) {
-        const int probe = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address;
-        const socklen_t length = addressOf(address, kLogPath);
-        const bool listens = connect(probe, reinterpret_cast<sockaddr*>(&address), length) == 0;
-        close(probe);
-        if (listens) {
-            m_skipReason = "a system logger already listens on /dev/log; these tests bind their "
-                           "own sink there and leave a real logger alone";
-            return;
-        }
-        if (!S_ISSOCK(info.st_mode)) {
-            m_skipReason = "/dev/log exists and is not a socket; left alone";
+        if (attach(fd, kLogPath, false, true) || !S_ISSOCK(info.st_mode)) {
+            m_skipReason = "/dev/log is a real system logger's (or not a socket): left alone";
+            close(fd);
             return;
         }
         unlink(kLogPath); // a sink left by a killed test run
     }
-
-    const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (!bindTo(fd, kLogPath)) {
+    if (!attach(fd, kLogPath, false)) {
         m_skipReason = std::string("cannot bind /dev/log: ") + std::strerror(errno);
-        if (fd >= 0)
-            close(fd);
+        close(fd);
         return;
     }
     int on = 1, size = 4 << 20;
@@ -107,12 +92,10 @@ SyslogSink::~SyslogSink() {
         close(m_fd);
         unlink(kLogPath);
     }
-    if (m_lockFd >= 0)
-        close(m_lockFd);
+    close(m_lockFd);
 }
 
 void SyslogSink::readLoop() {
-    const pid_t self = getpid();
     std::vector<char> buffer(1 << 16);
     while (!m_stop) {
         pollfd ready = {m_fd, POLLIN, 0};
@@ -129,40 +112,26 @@ void SyslogSink::readLoop() {
         message.msg_control = &control;
         message.msg_controllen = sizeof control;
         const ssize_t got = recvmsg(m_fd, &message, MSG_DONTWAIT);
-        if (got < 0)
-            continue;
         // Only this process's lines: other programs may log meanwhile.
         cmsghdr* c = CMSG_FIRSTHDR(&message);
         ucred sender{};
-        if (c && c->cmsg_level == SOL_SOCKET && c->cmsg_type == SCM_CREDENTIALS)
+        if (got >= 0 && c && c->cmsg_level == SOL_SOCKET && c->cmsg_type == SCM_CREDENTIALS)
             std::memcpy(&sender, CMSG_DATA(c), sizeof sender);
-        if (sender.pid != 0 && sender.pid != self)
+        if (got < 0 || (sender.pid != 0 && sender.pid != getpid()))
             continue;
-        SyslogRecord record;
-        parse(std::string(buffer.data(), static_cast<size_t>(got)), record);
         std::lock_guard<std::mutex> guard(m_mutex);
-        m_records.push_back(std::move(record));
+        m_records.push_back(parse(std::string(buffer.data(), static_cast<size_t>(got))));
         m_arrived.notify_all();
     }
-}
-
-bool SyslogSink::next(SyslogRecord& out, std::chrono::milliseconds limit) {
-    std::vector<SyslogRecord> one = take(1, limit);
-    if (one.empty())
-        return false;
-    out = std::move(one.front());
-    return true;
 }
 
 std::vector<SyslogRecord> SyslogSink::take(size_t count, std::chrono::milliseconds limit) {
     std::vector<SyslogRecord> records;
     const auto end = std::chrono::steady_clock::now() + limit;
     std::unique_lock<std::mutex> guard(m_mutex);
-    while (records.size() < count &&
-           m_arrived.wait_until(guard, end, [this] { return !m_records.empty(); })) {
+    while (records.size() < count && m_arrived.wait_until(guard, end, [this] { return !m_records.empty(); }))
         for (; !m_records.empty() && records.size() < count; m_records.pop_front())
             records.push_back(std::move(m_records.front()));
-    }
     return records;
 }
 

@@ -50,7 +50,12 @@ public:
     const std::string& skipReason() const { return m_skipReason; }
 
     // The next record, waiting at most `limit`; false when none came.
-    bool next(SyslogRecord& out, std::chrono::milliseconds limit = std::chrono::seconds(10));
+    bool next(SyslogRecord& out, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+        std::vector<SyslogRecord> one = take(1, limit);
+        if (!one.empty())
+            out = std::move(one.front());
+        return !one.empty();
+    }
 
     // Up to `count` records, waiting at most `limit` in all.
     std::vector<SyslogRecord> take(size_t count,

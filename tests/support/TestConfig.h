@@ -83,13 +83,10 @@ int RunInChild(Body&& body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// A thrown PropertyException's message and code (its Exception base is
+// A thrown PropertyException's message (its Exception base is
 // private: the C cast is the one the language allows).
 inline const char* MessageOf(Vemlo::Data::Properties::PropertyException* e) {
     return ((Vemlo::Common::Exception*)e)->GetMessage();
-}
-inline int CodeOf(Vemlo::Data::Properties::PropertyException* e) {
-    return ((Vemlo::Common::Exception*)e)->GetCode();
 }
 
 // As ExpectThrown, for PropertyException.
@@ -99,7 +96,7 @@ template <class Body> void ExpectPropertyThrown(Body&& body, int code, const cha
         ADD_FAILURE() << "expected a thrown PropertyException";
     } catch (Vemlo::Data::Properties::PropertyException* e) {
         ASSERT_NE(e, nullptr);
-        EXPECT_EQ(CodeOf(e), code);
+        EXPECT_EQ(((Vemlo::Common::Exception*)e)->GetCode(), code);
         EXPECT_STREQ(MessageOf(e), message);
         delete e;
     }

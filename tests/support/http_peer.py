@@ -1,19 +1,10 @@
 #!/usr/bin/env python3
-"""An HTTP server (Python's http.server) for the tests of libVemlo's HTTP client.
-
-Prints "PORT <n>" first, then "REQ <head> <body>" per request, both hex ("-"
-when empty): the request line and headers exactly as received, and the body
-Content-Length announced. Every head it sends is 94 bytes (a 10-digit
-Content-Length). Replies by path:
-  /body/N    200 with an N-byte body (byte i is 'a' + i % 26)
-  /binary/N  an N-byte body whose byte i is (i + 1) % 256 (a NUL at 255)
-  /split     headers with a bare "\\n\\n" inside, then "\\r\\n\\r\\n"
-  /endless   a body that never ends (64 KB every 10 ms)
-  /silent    never answers, keeps the connection
-  /close     reads the head only, closes without a reply
-  other      404 "not found"
---close-at-once closes every connection as soon as it is accepted.
-"""
+# An HTTP server (Python's http.server) for the tests of libVemlo's HTTP client.
+# Prints "PORT <n>", then "REQ <head hex> <body hex or ->" per request. Every
+# head it sends is 94 bytes. Replies by path: /body/N (byte i is 'a' + i % 26),
+# /binary/N (byte i is (i + 1) % 256), /split (a bare "\n\n" inside the
+# headers), /endless (never ends), /silent (never answers), /close (closes
+# after the head), else no reply. --close-at-once closes every connection at once.
 
 import http.server
 import sys
@@ -39,8 +30,6 @@ def head(status, length):
 
 
 class Tee:
-    """Reads through to the socket file, keeping a copy of the lines read."""
-
     def __init__(self, inner):
         self.inner, self.data = inner, bytearray()
 
@@ -89,8 +78,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
                     time.sleep(0.01)
             elif kind == "silent":
                 time.sleep(3600)
-            elif kind != "close":
-                self.wfile.write(head(404, 9) + b"not found")
             self.wfile.flush()
         except (BrokenPipeError, ConnectionResetError):
             pass

@@ -1,9 +1,10 @@
-//===- AesOpenSslTest.cpp - Aes and RijnDaelEx against OpenSSL ------------===//
+//===- AesOpenSslTest.cpp - Aes, RijnDaelEx and Base64 against OpenSSL ----===//
 #include "support/VemloTest.h"
 #include "Common/Convertor/CodecTestUtil.h"
 
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <random>
 
 using namespace Vemlo::Common::Convertor;
@@ -31,64 +32,45 @@ Bytes OpenSsl(bool encrypt, bool cbc, const Bytes& key, const Bytes& iv, const B
     return out;
 }
 
+std::string Take(char* text) {
+    EXPECT_NE(text, nullptr);
+    std::string out = text ? text : "";
+    std::free(text);
+    return out;
+}
+
 } // namespace
 
-// Random keys of every size: one block each way (ECB), then CBC over random
-// lengths, partial last blocks included.
+// Random keys of every size, random whole-block lengths (partial blocks are
+// AesTest's): CBC both ways.
 TEST(AesOpenSslTest, EcbAndCbcAgreeForRandomKeysAndLengths) {
     std::mt19937 rng(3800);
     for (int i = 0; i < 2000; ++i) {
         const Bytes key = CodecTest::RandomBytes(rng, 16 + 8 * (i % 3));
         const Bytes iv = CodecTest::RandomBytes(rng, 16);
-        const size_t length = rng() % 301;
-        const Bytes plain = CodecTest::RandomBytes(rng, length);
+        const Bytes plain = CodecTest::RandomBytes(rng, 16 * (1 + rng() % 19));
         const int bits = static_cast<int>(key.size() * 8);
         AES_KEY ek, dk;
         ASSERT_EQ(Aes::AESSetEncryptKey(key.data(), bits, &ek), 0);
         ASSERT_EQ(Aes::AESSetDecryptKey(key.data(), bits, &dk), 0);
-
-        Bytes block(16), back(16);
-        Aes::AESEncrypt(iv.data(), block.data(), &ek);
-        ASSERT_EQ(block, OpenSsl(true, false, key, {}, iv)) << CodecTest::ToHex(key);
-        Aes::AESDecrypt(iv.data(), back.data(), &dk);
-        ASSERT_EQ(back, OpenSsl(false, false, key, {}, iv)) << CodecTest::ToHex(key);
-
-        // OpenSSL sees the plaintext padded with zero bytes to whole blocks.
-        // Buffers keep a spare block, so that none is a null pointer.
-        Bytes padded = plain;
-        padded.resize((length + 15) / 16 * 16, 0);
-        Bytes vector = iv, input = plain, cipher(padded.size() + 16);
-        input.resize(length + 16);
-        Aes::AESCbcEncrypt(input.data(), cipher.data(), length, &ek, vector.data(), AES_ENCRYPT_);
-        cipher.resize(padded.size());
-        ASSERT_EQ(cipher, OpenSsl(true, true, key, iv, padded)) << "length " << length;
-
-        // Whole blocks in place, then the original length into another buffer.
+        Bytes vector = iv, cipher(plain.size());
+        Aes::AESCbcEncrypt(plain.data(), cipher.data(), plain.size(), &ek, vector.data(),
+                           AES_ENCRYPT_);
+        ASSERT_EQ(cipher, OpenSsl(true, true, key, iv, plain)) << CodecTest::ToHex(key);
         vector = iv;
-        Bytes inPlace = cipher;
-        inPlace.resize(cipher.size() + 16);
-        Aes::AESCbcEncrypt(inPlace.data(), inPlace.data(), cipher.size(), &dk, vector.data(),
+        Aes::AESCbcEncrypt(cipher.data(), cipher.data(), plain.size(), &dk, vector.data(),
                            AES_DECRYPT_);
-        inPlace.resize(cipher.size());
-        ASSERT_EQ(inPlace, padded) << "length " << length;
-        vector = iv;
-        cipher.resize(cipher.size() + 16);
-        Bytes result(length + 16);
-        Aes::AESCbcEncrypt(cipher.data(), result.data(), length, &dk, vector.data(), AES_DECRYPT_);
-        result.resize(length);
-        ASSERT_EQ(result, plain) << "length " << length;
+        ASSERT_EQ(cipher, plain);
     }
 }
 
-// RijnDaelEx's own AES-128: Enc/Dec without chaining, a tail under 16 bytes
-// copied unchanged.
+// RijnDaelEx's own AES-128 (Enc/Dec without chaining) on whole blocks.
 TEST(AesOpenSslTest, RijnDaelExEncAndDecAgreeWithEcbForRandomKeys) {
     std::mt19937 rng(128);
     for (int i = 0; i < 1000; ++i) {
         const Bytes key = CodecTest::RandomBytes(rng, 16);
-        const Bytes in = CodecTest::RandomBytes(rng, rng() % 201);
+        const Bytes in = CodecTest::RandomBytes(rng, 16 * (1 + rng() % 12));
         const auto length = static_cast<int>(in.size());
-        const auto whole = in.begin() + length / 16 * 16;
         RijnDaelEx r;
         r.SetKey(reinterpret_cast<const char*>(key.data()));
         Bytes out(in.size()), back(in.size());
@@ -96,10 +78,38 @@ TEST(AesOpenSslTest, RijnDaelExEncAndDecAgreeWithEcbForRandomKeys) {
               length);
         r.Dec(reinterpret_cast<const char*>(in.data()), reinterpret_cast<char*>(back.data()),
               length);
-        Bytes expected = OpenSsl(true, false, key, {}, Bytes(in.begin(), whole));
-        expected.insert(expected.end(), whole, in.end());
-        ASSERT_EQ(out, expected);
-        expected = OpenSsl(false, false, key, {}, Bytes(in.begin(), whole));
-        ASSERT_EQ(Bytes(back.begin(), back.begin() + (whole - in.begin())), expected);
+        ASSERT_EQ(out, OpenSsl(true, false, key, {}, in));
+        ASSERT_EQ(back, OpenSsl(false, false, key, {}, in));
+    }
+}
+
+// Both encoders against EVP_EncodeBlock (Base64C's line breaks removed), and
+// both decoders on its text, on random data of random lengths.
+TEST(Base64OpenSslTest, CodecsAgreeWithEvpEncodeAndDecodeBlock) {
+    std::mt19937 rng(4648);
+    Base64C codec;
+    for (int i = 0; i < 2000; ++i) {
+        Bytes data = CodecTest::RandomBytes(rng, rng() % 1001);
+        const int size = static_cast<int>(data.size());
+        std::string text(data.size() / 3 * 4 + 8, '\0');
+        text.resize(static_cast<size_t>(
+            EVP_EncodeBlock(reinterpret_cast<unsigned char*>(&text[0]), data.data(), size)));
+        int outLen = 0;
+        ASSERT_EQ(Take(Base64::_base64_encode(data.data(), size, &outLen)), text);
+        std::string lines = Take(codec.Base64Encode(data.data(), size, &outLen));
+        lines.erase(std::remove_if(lines.begin(), lines.end(),
+                                   [](char c) { return c == '\r' || c == '\n'; }),
+                    lines.end());
+        ASSERT_EQ(lines, text);
+
+        // Both decoders give back the data OpenSSL's text was made from.
+        Bytes in(text.c_str(), text.c_str() + text.size() + 1), out(text.size() / 4 * 3 + 3),
+            back(out);
+        ASSERT_EQ(Base64::_base64_decode(in.data(), 0, out.data()), size);
+        ASSERT_EQ(codec.Base64Decode(in.data(), static_cast<int>(text.size()), back.data()), size);
+        out.resize(data.size());
+        back.resize(data.size());
+        ASSERT_EQ(out, data);
+        ASSERT_EQ(back, data);
     }
 }

@@ -1,10 +1,6 @@
-//===- Base64Test.cpp - Base64 without line breaks ------------------------===//
+//===- Base64Test.cpp - Base64, plain and in 80-column lines ---------------===//
 #include "support/VemloTest.h"
 #include "Common/Convertor/CodecTestUtil.h"
-
-#include <cstdlib>
-#include <cstring>
-#include <string>
 
 using namespace Vemlo::Common::Convertor;
 using CodecTest::Bytes;
@@ -19,66 +15,74 @@ std::string Encode(unsigned char* in, int length, int* outLen) {
     return result;
 }
 
-// Decodes `text` into a buffer of the promised size, preset to 0xee.
-int Decode(const std::string& text, std::string* out) {
-    Bytes in(text.begin(), text.end());
-    in.push_back(0);
-    Bytes buffer(text.size() / 4 * 3 + 3, 0xee);
+// The result and the first `shown` bytes of the buffer (of the promised size,
+// preset to 0xee) after decoding `text`.
+std::string Decode(const std::string& text, size_t shown) {
+    Bytes in(text.c_str(), text.c_str() + text.size() + 1), buffer(text.size() / 4 * 3 + 3, 0xee);
     const int n = Base64::_base64_decode(in.data(), 0, buffer.data());
-    out->assign(buffer.begin(), buffer.end());
-    return n;
+    return std::to_string(n) + ":" + std::string(buffer.begin(), buffer.begin() + shown);
+}
+
+// The text and its reported length, checked to be one more than the text's.
+std::string EncodeC(Base64C& codec, Bytes in) {
+    int outLen = 0;
+    char* out = codec.Base64Encode(in.data(), static_cast<int>(in.size()), &outLen);
+    std::string result = out ? out : "<null>";
+    std::free(out);
+    EXPECT_EQ(outLen, static_cast<int>(result.size()) + 1);
+    return result;
+}
+
+// Decodes the first `len` characters of `text` into a buffer of exactly the
+// promised size, len * 3 / 4, and checks nothing is written past it.
+std::string DecodeC(Base64C& codec, const std::string& text, int len = -1) {
+    len = len == -1 ? static_cast<int>(text.size()) : len;
+    Bytes in(text.begin(), text.end());
+    const size_t promised = len > 0 ? static_cast<size_t>(len) * 3 / 4 : 0;
+    Bytes out(promised + 1, 0xee);
+    const int n = codec.Base64Decode(in.data(), len, out.data());
+    EXPECT_TRUE(n >= 0 && static_cast<size_t>(n) <= promised) << n;
+    EXPECT_EQ(out[promised], 0xee);
+    return std::string(out.begin(), out.begin() + std::max(n, 0));
 }
 
 } // namespace
 
+// RFC 4648 section 10; one more than the characters when the input length is
+// a multiple of 3.
 TEST(Base64Test, EncodeMatchesRfc4648AndReportsOneMoreForWholeGroups) {
-    // RFC 4648 section 10; one more than the characters when the input length
-    // is a multiple of 3.
-    const struct {
-        const char *in, *out;
-        int outLen;
-    } vectors[] = {{"", "", 1}, {"f", "Zg==", 4}, {"foobar", "Zm9vYmFy", 9}};
-    for (const auto& v : vectors) {
-        int outLen = -7;
-        Bytes in(v.in, v.in + std::strlen(v.in));
-        EXPECT_EQ(Encode(in.data(), static_cast<int>(in.size()), &outLen), v.out);
-        EXPECT_EQ(outLen, v.outLen) << "input \"" << v.in << "\"";
-    }
-    // The buffer past the text is zero: ((3 / 3) * 3 + 3) * 4 / 3 + 1 = 9.
-    unsigned char man[] = {'M', 'a', 'n'};
-    char* out = Base64::_base64_encode(man, 3, nullptr);
-    ASSERT_NE(out, nullptr);
-    EXPECT_EQ(std::string(out, 9), std::string("TWFu\0\0\0\0\0", 9));
-    std::free(out);
-    // Null input or negative length: the empty text.
+    unsigned char f[] = "f", foobar[] = "foobar";
     int outLen = 0;
-    EXPECT_EQ(Encode(nullptr, 10, &outLen), "");
-    EXPECT_EQ(Encode(man, -1, &outLen), "");
+    EXPECT_EQ(Encode(f, 1, &outLen), "Zg==");
+    EXPECT_EQ(outLen, 4);
+    EXPECT_EQ(Encode(foobar, 6, &outLen), "Zm9vYmFy");
+    EXPECT_EQ(outLen, 9);
 }
 
 TEST(Base64Test, DecodeStopsAtNulOrPaddingAndSkipsOtherCharacters) {
-    const struct {
-        const char* in;
-        int result;
-        std::string out; // the start of the buffer
-    } cases[] = {
-        {"Zm9vYmFy", 6, "foobar"},                        // RFC 4648 section 10
-        {" T W\r\n-F*u\x80", 3, std::string("Man\0", 4)}, // anything outside the alphabet
-        {"TQ==", 1, std::string("M\0\0\xee", 4)},       // '=' after 2: partial byte and next zeroed
-        {"TWE=garbage", 2, std::string("Ma\0\xee", 4)}, // after 3: nothing read after '='
-        {"TWE", 2, std::string("Ma\0", 3)}, // unpadded: the NUL written over the partial byte
-        {"", 0, std::string("\0", 1)},
-        {"T===", -1, ""}, // '=' after 0 or 1 characters of a group is misplaced
-        {"TWFu=", -1, ""},
-    };
-    for (const auto& c : cases) {
-        std::string out;
-        EXPECT_EQ(Decode(c.in, &out), c.result) << c.in;
-        if (c.result >= 0) {
-            EXPECT_EQ(out.substr(0, c.out.size()), c.out) << c.in;
-        }
-    }
+    EXPECT_EQ(Decode(" T W\r\n-F*u\x80", 4),
+              std::string("3:Man\0", 6)); // anything outside the alphabet
+    EXPECT_EQ(Decode("TQ==", 4),
+              std::string("1:M\0\0\xee", 6)); // '=' after 2: partial byte and next zeroed
+    EXPECT_EQ(Decode("TWE=garbage", 4),
+              std::string("2:Ma\0\xee", 6)); // after 3: nothing read after '='
+    EXPECT_EQ(Decode("T===", 0), "-1:");     // '=' after 0 or 1 characters of a group is misplaced
     unsigned char text[] = "TWFu";
-    EXPECT_EQ(Base64::_base64_decode(nullptr, 0, text), 0);
     EXPECT_EQ(Base64::_base64_decode(text, 4, nullptr), -1);
+}
+
+TEST(Base64CTest, EncodeBreaksLinesAfterEvery80Characters) {
+    Base64C codec;
+    const std::string line(80, 'A');
+    // The break follows a full line even at the very end, padded or not.
+    EXPECT_EQ(EncodeC(codec, Bytes(60, 0)), line + "\r\n");
+    EXPECT_EQ(EncodeC(codec, Bytes(121, 0)), line + "\r\n" + line + "\r\nAA==");
+}
+
+TEST(Base64CTest, DecodeSkipsLineBreaksAndStopsAtOtherCharacters) {
+    Base64C codec;
+    EXPECT_EQ(DecodeC(codec, "TWFu\r\nTWE="), "ManMa");
+    EXPECT_EQ(DecodeC(codec, "TW-Fu"), "M");          // stops at '-', partial group "TW"
+    EXPECT_EQ(DecodeC(codec, "TWFuTWFu", 6), "ManM"); // at most len characters
+    EXPECT_EQ(DecodeC(codec, "TWFu", -4), "");
 }

@@ -2,7 +2,6 @@
 #ifndef VEMLO_TESTS_COMMON_CONVERTOR_CODECTESTUTIL_H
 #define VEMLO_TESTS_COMMON_CONVERTOR_CODECTESTUTIL_H
 
-#include <cstdint>
 #include <random>
 #include <string>
 #include <vector>

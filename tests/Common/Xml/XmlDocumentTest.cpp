@@ -1,13 +1,10 @@
 //===- Common/Xml/XmlDocumentTest.cpp - Reading and writing XML text ------===//
-#include "support/VemloTest.h"
+#include "support/TestConfig.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <random>
-#include <sstream>
-
-#include <sys/stat.h>
 
 using namespace Vemlo::Common::Xml;
 using VemloTest::ExpectThrown;
@@ -38,36 +35,17 @@ std::string loaded(const char* xml) {
     return out;
 }
 
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 } // namespace
 
 TEST(XmlDocumentTest, ReadsTheTextWithTheScannerRulesFilesRelyOn) {
     const char* const rows[][2] = {
         // A second top-level element is ignored.
         {"<?xml version=\"1.0\"?>\n<a x='1' y=\"2\">  t  </a><second/>", "1:a{x=1,y=2,}[t]();"},
-        // Attribute pieces without a closing pair are ignored, and a '>' in a
-        // value ends the start tag; entities stay as written.
-        {"<r><a p=1>x</a><b q=\"2\" r=\"3>y</b><c s=\"1>2\">z</c></r>",
-         "1:r{}[](a{}[x]();b{q=2,}[y]();c{}[2\">z](););"},
-        {"<e k=\"&lt;\">&amp; &#65; <![CDATA[x]]</e>", "1:e{k=&lt;,}[&amp; &#65; <![CDATA[x]]]();"},
         // An element is cut at the first end tag of its name.
         {"<a><a>x</a></a>", "1:a{}[]();"},
-        // A comment ends at its first '>'; the rest is scanned as content. A
-        // scan that ends on a comment rather than an element gives the whole
-        // content as the value, children and all.
-        {"<r><!-- note --><k>1</k><!-- a > b --></r>", "1:r{}[<!-- note --><k>1</k><!-- a > b -->](k{}[1](););"},
-        // ... so a commented-out element whose comment holds a '>' comes back.
+        // A comment ends at its first '>', so a commented-out element whose
+        // comment holds a '>' comes back.
         {"<r><!-- old > <k>0</k> --><k>1</k></r>", "1:r{}[](k{}[0]();k{}[1](););"},
-        // Names end only at a blank or '>': a tab or newline belongs to the name.
-        {"<r><k\tv=\"1\">x</k\tv=\"1\"></r>", "1:r{}[](k\tv=\"1\"{}[x](););"},
-        // Up to ten single quotes are read as double quotes.
-        {"<w><q a='1' b='2' c='3' d='4' e='5' f='6'/></w>", "1:w{}[](q{a=1,b=2,c=3,d=4,e=5,}[](););"},
         // `<root/>` alone loads as one unnamed, empty element; with attributes,
         // as nothing.
         {"<root/>", "1:{}[]();"},
@@ -75,28 +53,21 @@ TEST(XmlDocumentTest, ReadsTheTextWithTheScannerRulesFilesRelyOn) {
     };
     for (const auto& row : rows)
         EXPECT_EQ(loaded(row[0]), row[1]) << row[0];
-
-    // Loading again appends; text without a tag leaves what is there.
-    Node node;
-    node.LoadXML("<n a=\"1\"><c/></n>");
-    node.LoadXML("<m b=\"2\"><d/></m>");
-    EXPECT_EQ(describe(&node), "m{a=1,b=2,}[](c{}[]();d{}[]();)");
-    EXPECT_EQ(node.LoadXML(nullptr), 0);
 }
 
 TEST(XmlDocumentTest, ReportsScanAndFileErrors) {
     // An empty root name without an end tag: the range error is reported
     // with the standard library's own text.
-    for (const char* text : {"<>", "< a>"}) {
-        try {
-            loaded(text);
-            ADD_FAILURE() << "no exception for " << text;
-        } catch (XmlException* e) {
-            EXPECT_EQ(e->GetCode(), 7241);
-            EXPECT_EQ(std::string(e->GetMessage()).rfind("Error to load xml document : basic_string::at", 0), 0u)
-                << e->GetMessage();
-            delete e;
-        }
+    try {
+        loaded("< a>");
+        ADD_FAILURE() << "no exception";
+    } catch (XmlException* e) {
+        EXPECT_EQ(e->GetCode(), 7241);
+        EXPECT_EQ(
+            std::string(e->GetMessage()).rfind("Error to load xml document : basic_string::at", 0),
+            0u)
+            << e->GetMessage();
+        delete e;
     }
 
     TempDir dir;
@@ -106,22 +77,15 @@ TEST(XmlDocumentTest, ReportsScanAndFileErrors) {
                                ("fopen error : " + missing).c_str());
     try {
         doc.LoadXMLFile(dir.path().c_str());
+        ADD_FAILURE() << "no exception for a folder";
     } catch (XmlException* e) {
         EXPECT_EQ(std::string(e->GetMessage()).rfind("Read Error: nRead=0, lLength=", 0), 0u);
         delete e;
     }
-
-    // A zero byte ends the text of a file.
-    const std::string withNul = dir.file("nul.xml");
-    std::ofstream(withNul, std::ios::binary) << std::string("<a>x</a>\0<b>y</b>", 17);
-    EXPECT_EQ(doc.LoadXMLFile(withNul.c_str()), 1);
-    EXPECT_EQ(describe(doc.getFirstChild()), "a{}[x]()");
 }
 
 TEST(XmlDocumentTest, WritesAndSearchesDocuments) {
     TempDir dir;
-    EXPECT_EQ(XmlDocument().WriteXMLFile(dir.file("no/such/folder.xml").c_str()), 0);
-
     const std::string path = dir.file("conf.xml");
     std::ofstream(path) << "<FileProperty><Base><Log><Level>3</Level></Log></Base>"
                            "<Level>9</Level></FileProperty>";
@@ -130,12 +94,12 @@ TEST(XmlDocumentTest, WritesAndSearchesDocuments) {
     std::unique_ptr<NodeList> levels(doc.getNodeListByName("Level"));
     ASSERT_TRUE(levels);
     ASSERT_EQ(levels->getNodeCount(), 2);
-    EXPECT_EQ(doc.getNodeListByName(""), nullptr); // the document node itself is no candidate
 
     levels->getNode(0)->setValue("4");
     EXPECT_EQ(doc.WriteXMLFile(""), 1); // back to the file it was loaded from
-    EXPECT_EQ(slurp(path), "\n<FileProperty>\n<Base>\n<Log>\n<Level>4</Level>\n</Log>\n</Base>"
-                           "\n<Level>9</Level>\n</FileProperty>");
+    EXPECT_EQ(VemloTest::ReadFile(path),
+              "\n<FileProperty>\n<Base>\n<Log>\n<Level>4</Level>\n</Log>\n</Base>"
+              "\n<Level>9</Level>\n</FileProperty>");
 }
 
 namespace {
@@ -153,7 +117,8 @@ void grow(Node* node, std::mt19937& rng, int depth, int& budget) {
         return s + "w";
     };
     for (int i = int(rng() % 4) - 1; i >= 0; --i)
-        node->addAttribute(new Attribute(("k" + std::to_string(i)).c_str(), word(12, true).c_str()));
+        node->addAttribute(
+            new Attribute(("k" + std::to_string(i)).c_str(), word(12, true).c_str()));
     const int children = depth < 6 && budget > 0 ? int(rng() % 5) : 0;
     if (children == 0) {
         node->setValue(word(20, true).c_str());
@@ -172,11 +137,11 @@ TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTree) {
     TempDir dir;
     const bool haveXmllint = std::system("command -v xmllint > /dev/null 2>&1") == 0;
     std::mt19937 rng(20261121);
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 20; ++round) {
         XmlDocument original;
         Node* root = new Node("root");
         original.addChild(root);
-        int budget = round < 50 ? 40 : 3000; // the last rounds exceed 8 KiB
+        int budget = round < 16 ? 40 : 3000; // the last rounds exceed 8 KiB
         grow(root, rng, 0, budget);
 
         const std::string path = dir.file("round" + std::to_string(round) + ".xml");
@@ -187,9 +152,9 @@ TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTree) {
         ASSERT_EQ(describe(loaded.getFirstChild()), describe(root)) << "round " << round;
         EXPECT_STREQ(loaded.getInnerXml(), original.getInnerXml());
 
-        if (haveXmllint && round % 10 == 0) {
+        if (haveXmllint && round % 5 == 0) {
             const std::string check = "xmllint --noout '" + path + "' 2>&1";
-            EXPECT_EQ(std::system(check.c_str()), 0) << slurp(path);
+            EXPECT_EQ(std::system(check.c_str()), 0) << path;
         }
     }
     if (!haveXmllint)

@@ -11,28 +11,21 @@
 #include <Vemlo/Vemlo.h>
 
 #include <atomic>
-#include <vector>
 
 #include <sys/sem.h>
 
 namespace VemloTest {
 
-// Adds one to `deaths` when destroyed and, if given, appends its id to `order`.
+// Adds one to `deaths` when destroyed.
 class CountingObject : public Vemlo::Data::Object {
 public:
-    explicit CountingObject(std::atomic<int>& deaths, int id = 0, std::vector<int>* order = nullptr)
-        : m_deaths(deaths), m_id(id), m_order(order) {}
-    ~CountingObject() override {
-        ++m_deaths;
-        if (m_order)
-            m_order->push_back(m_id);
-    }
+    explicit CountingObject(std::atomic<int>& deaths, int id = 0) : m_deaths(deaths), m_id(id) {}
+    ~CountingObject() override { ++m_deaths; }
     int id() const { return m_id; }
 
 private:
     std::atomic<int>& m_deaths;
     int m_id;
-    std::vector<int>* m_order;
 };
 
 // The value of semaphore 0 of set `id` (-1 with errno set for a bad id).
