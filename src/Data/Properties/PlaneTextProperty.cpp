@@ -5,6 +5,8 @@
 #include <Vemlo/Data/Collection/HashTable.h>
 #include <Vemlo/Data/Properties/PropertyException.h>
 
+#include "Data/Properties/FileReplace.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -154,12 +156,15 @@ int PlaneTextProperty::Update(const char* path) {
     // Nothing to write to: reported like a command that could not run.
     if (!path)
         return -1;
+    // Through a symbolic link the file it points at is replaced, next to
+    // itself, and the link stays.
+    const std::string target = FileReplace::ResolveLinks(path);
     // A name too long for the buffer would be cut to another file's name.
-    if (std::strlen(path) + sizeof ".tmp" > kPathBufferSize)
+    if (target.size() + sizeof ".tmp" > kPathBufferSize)
         throwWithPath("cannot open file [%s]", path);
     char tmpName[kPathBufferSize];
     std::memset(tmpName, 0, sizeof tmpName);
-    std::snprintf(tmpName, sizeof tmpName, "%s.tmp", path);
+    std::snprintf(tmpName, sizeof tmpName, "%s.tmp", target.c_str());
 
     FILE* file = std::fopen(tmpName, "wb");
     if (!file)
@@ -178,8 +183,12 @@ int PlaneTextProperty::Update(const char* path) {
         line.assign(key).append("=").append(value ? value : "").append(";\n");
         written = std::fwrite(line.data(), 1, line.size(), file) == line.size();
     }
-    // A short write (full disk, file size limit) may only show when the
-    // buffer is flushed by fclose.
+    // The new file keeps the old one's permissions, and is on the disk before
+    // it replaces it: a power cut leaves the old file or the new one, whole.
+    FileReplace::CopyOwnerAndMode(fileno(file), target);
+    if (std::fflush(file) != 0 || !FileReplace::SyncFile(fileno(file)))
+        written = false;
+    // A short write (full disk, file size limit) may only show here.
     if (std::fclose(file) != 0)
         written = false;
     // An incomplete file never replaces the old one.
@@ -189,8 +198,13 @@ int PlaneTextProperty::Update(const char* path) {
     }
 
     // The file is replaced in one step, only now that the new one is complete.
-    const std::string command = "mv -f " + shellWord(tmpName) + " " + shellWord(path);
-    return std::system(command.c_str());
+    // The shell command is kept: its status is what callers have always
+    // been given.
+    const std::string command = "mv -f " + shellWord(tmpName) + " " + shellWord(target.c_str());
+    const int status = std::system(command.c_str());
+    if (status == 0)
+        FileReplace::SyncFolder(target);
+    return status;
 }
 
 int PlaneTextProperty::ParseLine(char* line) {

@@ -7,6 +7,8 @@
 #include <Vemlo/Data/Collection/HashElement.h>
 #include <Vemlo/Data/Collection/HashTable.h>
 
+#include "Data/Properties/FileReplace.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -257,11 +259,10 @@ int XmlProperty::IsValidate(const char* path) {
         std::printf("xml property file [%s] does not exist \n", path);
         // Only a missing file is created: one that exists but cannot be read
         // must not be truncated by opening it for writing.
-        FILE* created = error == ENOENT ? std::fopen(path, "wb") : nullptr;
-        if (created) {
+        // Created whole or not at all, even when the power fails meanwhile.
+        if (error == ENOENT &&
+            FileReplace::Replace(path, kEmptyDocument, sizeof kEmptyDocument - 1)) {
             m_pDocument->LoadXML(String(kEmptyDocument));
-            std::fwrite(kEmptyDocument, 1, sizeof kEmptyDocument - 1, created);
-            std::fclose(created);
             return 1;
         }
     } else {
@@ -337,12 +338,11 @@ int XmlProperty::Update(const char* path) {
         std::fflush(stdout);
         return 0;
     }
-    FILE* file = std::fopen(path, "wb");
-    if (!file)
+    // Replaced through a temporary file, so that a power cut leaves the old
+    // file or the new one, each loadable.
+    if (!FileReplace::Replace(path, text, std::strlen(text)))
         return 0;
-    const size_t length = std::strlen(text);
-    const bool written = std::fwrite(text, 1, length, file) == length;
-    return std::fclose(file) == 0 && written && complete ? 1 : 0;
+    return complete ? 1 : 0;
 }
 
 int XmlProperty::ParseNodes(void* node, String prefix) {

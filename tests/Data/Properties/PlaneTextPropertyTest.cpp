@@ -1,13 +1,9 @@
 //===- Data/Properties/PlaneTextPropertyTest.cpp - key=value; files -------===//
 #include "support/TestConfig.h"
 
-#include <csignal>
-
-#include <sys/resource.h>
 #include <unistd.h>
 
 using Vemlo::Data::Properties::PlaneTextProperty;
-using Vemlo::Data::Properties::PropertyException;
 using VemloTest::ExpectPropertyThrown;
 using VemloTest::ReadFile;
 using VemloTest::TempDir;
@@ -87,31 +83,4 @@ TEST(PlaneTextPropertyTest, UpdateRewritesEveryEntryInTableOrder) {
     EXPECT_EQ(chdir(previous), 0);
     std::free(previous);
     EXPECT_EQ(ReadFile(dir.file("-dash")), expected);
-}
-
-TEST(PlaneTextPropertyTest, FailedUpdateLeavesTheFileIntact) {
-    TempDir dir;
-    const std::string path = dir.file("p");
-    WriteFile(path, "keep=this;\n");
-    // A full disk, made by a file size limit in a child process.
-    const int result = VemloTest::RunInChild([&] {
-        std::signal(SIGXFSZ, SIG_IGN);
-        struct rlimit limit = {4096, 4096};
-        if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
-            return 2;
-        PlaneTextProperty big;
-        for (int i = 0; i < 1000; ++i)
-            big.setValue(("key" + std::to_string(i)).c_str(), "some value");
-        try {
-            return big.Update(path.c_str()) != 0 ? 0 : 1;
-        } catch (PropertyException* e) {
-            delete e;
-            return 3;
-        }
-    });
-    if (result == 2)
-        GTEST_SKIP() << "setrlimit(RLIMIT_FSIZE) is not allowed here";
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(ReadFile(path), "keep=this;\n");
-    EXPECT_FALSE(exists(path + ".tmp"));
 }

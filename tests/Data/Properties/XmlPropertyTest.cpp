@@ -44,7 +44,7 @@ TEST(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     EXPECT_STREQ(p.getValue("Dup"), "2");
 }
 
-TEST(XmlPropertyTest, UpdateWritesNestedElementsInPlace) {
+TEST(XmlPropertyTest, UpdateWritesNestedElements) {
     TempDir dir;
     const std::string path = dir.file("p.xml");
     WriteFile(path, "<FileProperty><Base><Log><Level>3</Level></Log></Base></FileProperty>");

@@ -35,7 +35,12 @@ namespace Properties {
 /// error (a full disk, a file size limit) gives a non-zero status, removes
 /// the temporary file and leaves the old file as it was. A failed move is
 /// reported by the command's status only. Paths are passed to the shell
-/// quoted where needed. Departures: docs/Compatibility.md.
+/// quoted where needed. The new file gets the old one's owner (where the
+/// process may give it) and permission bits, is synced before the move and
+/// the folder after it, so that a power cut leaves the old file or the new
+/// one, whole. A path that is a symbolic link stays a link: the file it
+/// points at is replaced, through "<that file>.tmp". Departures:
+/// docs/Compatibility.md.
 ///
 /// Failures are thrown as PropertyException* (the catcher deletes it).
 /// Messages print to standard output ("PlanText Property :: IsValidate Start "

@@ -36,13 +36,18 @@ namespace Properties {
 /// missing file is created holding "<FileProperty></FileProperty>" and
 /// accepted at once, so a new set starts empty. Update writes the set into the
 /// kept document (creating the elements of new keys) and the document into
-/// the file, in place. An entry whose element would not load back as itself
-/// (markup characters such as '<' in its value, a key part that is no element
-/// name, such as an empty part or one with a blank, or one naming an element
-/// above it) is left out, reported with the line "[XmlProperty::Update] update
-/// fail <i> element [<key>] would not load back", and every other entry is
-/// written: the file always loads. Blanks around values are not kept by the
-/// format.
+/// the file. The file is replaced whole: the text goes to a temporary file
+/// next to it ("<file>.tmp.<pid>.<n>"), which is synced and renamed over it,
+/// and the folder is synced, so that a power cut leaves the old file or the
+/// new one. A path that is a symbolic link stays a link (the file it points at
+/// is replaced); owner and permission bits are kept. A file that cannot be
+/// replaced that way (its folder not writable, an owner the process cannot
+/// give, other hard links) is written in place. A missing file is created the
+/// same way. Departures: docs/Compatibility.md. An entry whose element would not load back as
+/// itself (markup characters such as '<' in its value, a key part that is no element name, such as
+/// an empty part or one with a blank, or one naming an element above it) is left out, reported with
+/// the line "[XmlProperty::Update] update fail <i> element [<key>] would not load back", and every
+/// other entry is written: the file always loads. Blanks around values are not kept by the format.
 ///
 /// Malformed XML makes IsValidate and Load throw XmlException* (the catcher
 /// deletes it); the set then keeps no document and the next call reads the
