@@ -28,6 +28,8 @@
 /// the object is changed or destroyed. Versions cannot be copy-constructed.
 /// Not locked: one object must not be used by two threads at once. Every
 /// Version costs one System V semaphore set (its component table).
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API Version {
 public:
     /// Empty text, no components.

@@ -50,6 +50,8 @@ class PostObject;
 /// taken atomically. The configuration manager must have been created (first
 /// use) on one thread before threads post large replies, and gethostbyname()
 /// is not thread-safe: resolve host names from one thread at a time.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API WebPostMessage {
 public:
     /// Sends `body` (null: none) to `url` with `method` (null: "POST") and
