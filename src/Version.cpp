@@ -1,13 +1,17 @@
 //===- Version.cpp - Dotted version strings -------------------------------===//
 #include <Vemlo/Version.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
 Version::Version() = default;
 
-Version::Version(const char* text) { setVersion(text); }
+Version::Version(const char* text) {
+    setVersion(text);
+}
 
 Version::~Version() = default;
 
@@ -65,18 +69,34 @@ void Version::setVersion(const char* text) {
     }
 }
 
-const char* Version::getVersion() const { return m_sVersion.c_str(); }
+const char* Version::getVersion() const {
+    return m_sVersion.c_str();
+}
 
-int Version::getCount() const { return m_components.getCount(); }
+int Version::getCount() const {
+    return m_components.getCount();
+}
 
-const char* Version::getNthVer(int n) const { return m_components.getStringValue(n); }
+const char* Version::getNthVer(int n) const {
+    return m_components.getStringValue(n);
+}
 
-const char* Version::getMajorVersion() const { return getNthVer(0); }
-const char* Version::getMinorVersion() const { return getNthVer(1); }
-const char* Version::getReleasePatchVersion() const { return getNthVer(2); }
-const char* Version::getBuildNumber() const { return getNthVer(3); }
+const char* Version::getMajorVersion() const {
+    return getNthVer(0);
+}
+const char* Version::getMinorVersion() const {
+    return getNthVer(1);
+}
+const char* Version::getReleasePatchVersion() const {
+    return getNthVer(2);
+}
+const char* Version::getBuildNumber() const {
+    return getNthVer(3);
+}
 
-void Version::setMajorVersion(const char* value) { setComponent(0, value); }
+void Version::setMajorVersion(const char* value) {
+    setComponent(0, value);
+}
 
 void Version::setMinorVersion(const char* value) {
     if (getCount() == 0)
@@ -113,11 +133,17 @@ int Version::operator==(const Version& other) const {
     return 1;
 }
 
-int Version::operator!=(const Version& other) const { return *this == other ? 0 : 1; }
+int Version::operator!=(const Version& other) const {
+    return *this == other ? 0 : 1;
+}
 
-int Version::operator>(const Version& other) const { return Order(other) == 1 ? 1 : 0; }
+int Version::operator>(const Version& other) const {
+    return Order(other) == 1 ? 1 : 0;
+}
 
-int Version::operator<(const Version& other) const { return Order(other) == -1 ? 1 : 0; }
+int Version::operator<(const Version& other) const {
+    return Order(other) == -1 ? 1 : 0;
+}
 
 // Equal up to the last position gives 1; two versions without components give
 // 0, unlike ==, as callers have always had it.
@@ -145,7 +171,12 @@ int Version::Order(const Version& other) const {
 
 long Version::component(int n) const {
     const char* text = getNthVer(n);
-    return text ? std::strtol(text, nullptr, 10) : 0;
+    if (!text)
+        return 0;
+    // Numbers beyond 32 bits stop at the 32-bit limits, as strtol does on the
+    // 32-bit devices, so that a comparison gives the same result everywhere.
+    const long long value = std::strtoll(text, nullptr, 10);
+    return static_cast<long>(std::clamp<long long>(value, INT32_MIN, INT32_MAX));
 }
 
 void Version::setComponent(int position, const char* value) {

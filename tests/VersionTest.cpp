@@ -29,6 +29,7 @@ TEST(VersionTest, ComparesNumericallyOnlyWithEqualComponentCounts) {
         {"1.10", "1.9", 0, 1, 1, 0, 1, 0},  // numbers, not texts
         {"2.0", "1.0.0", 0, 1, 0, 0, 0, 0}, // counts differ: never ordered
         {"", "", 1, 0, 0, 0, 0, 0},         // no components: equal, yet not >= or <=
+        {"1.4294967296", "1.2147483648", 1, 0, 0, 0, 1, 1}, // clamped to 32 bits everywhere
     };
     for (const auto& c : cases) {
         Version a(c.left), b(c.right);

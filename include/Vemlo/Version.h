@@ -28,6 +28,8 @@
 /// the object is changed or destroyed. Versions cannot be copy-constructed.
 /// Not locked: one object must not be used by two threads at once. Every
 /// Version costs one System V semaphore set (its component table).
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API Version {
 public:
     /// Empty text, no components.
@@ -83,7 +85,9 @@ public:
     ///@{
     /// Numeric comparison of the components (strtol, base 10; a non-numeric
     /// text counts as 0), 1 or 0. Only versions with equal component counts
-    /// compare equal or ordered.
+    /// compare equal or ordered. A number beyond the 32-bit range counts as
+    /// the nearest 32-bit limit on every platform, as on the 32-bit devices
+    /// ("4294967296" equals "2147483648").
     int operator==(const Version& other) const;
     int operator!=(const Version& other) const;
     int operator>(const Version& other) const;

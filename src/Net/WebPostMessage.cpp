@@ -75,13 +75,15 @@ void removeSpoolFile(const String& path) {
 }
 
 // The configured spool path, or null when the configuration cannot give one.
-// The configuration's exceptions are caught, and deleted, here.
+// An empty or missing value is a path like any other: the spool files are then
+// "_<n>" in the working directory. The configuration's exceptions are caught,
+// and deleted, here.
 const char* configuredTempPath(String& value) {
     try {
         Vemlo::Data::Properties::IProperty* config =
             Vemlo::Config::ConfigurationManager::GetManager()->getInstance();
         const char* text = config ? config->getValue("Base.Http.TempPath") : nullptr;
-        if (text == nullptr || *text == '\0')
+        if (text == nullptr)
             return nullptr;
         value = text;
         return value.c_str();

@@ -49,6 +49,8 @@ namespace DB {
 /// One object must not be used by two threads at once, except for the
 /// Lock/UnLock pair, which serialises its users on an SQLite mutex taken after
 /// BEGIN succeeds. The destructor does not close the connection: call Close.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API Sqlite {
 public:
     /// The mode that opens a database read-write (creating the file).

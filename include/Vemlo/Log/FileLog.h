@@ -40,6 +40,8 @@ namespace Log {
 /// moment may see their identities interleaved; every line arrives. The
 /// mutex (getMutex()) is there for callers that want to serialise writes; the
 /// class never locks it. Level, backup range and file are not locked.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API FileLog : public Vemlo::Data::Object {
 public:
     /// `directory` is stored only; `name` is the channel name and syslog

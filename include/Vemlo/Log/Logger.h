@@ -40,6 +40,8 @@ class FileLog;
 /// Thread safety: none for the registry itself. Create it and the channels
 /// that threads will use from one thread first; the channels' writes may then
 /// come from any thread.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API Logger {
 public:
     /// Exists for the interface only; the registry is never copied. The copy

@@ -50,6 +50,8 @@ class PostObject;
 /// taken atomically. The configuration manager must have been created (first
 /// use) on one thread before threads post large replies, and gethostbyname()
 /// is not thread-safe: resolve host names from one thread at a time.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API WebPostMessage {
 public:
     /// Sends `body` (null: none) to `url` with `method` (null: "POST") and
@@ -103,9 +105,10 @@ public:
     /// `length`, 0 for a length below 1, or the first send() result below 1.
     static int SendBytes(int fd, char* buffer, int length);
 
-    /// The next spool path: "<Base.Http.TempPath>_<n>", n then counting up.
-    /// When the configuration cannot be read or has no such value, prints
-    /// "error to get temp path " and gives "/home/temp/.webpost_<n>". The text
+    /// The next spool path: "<Base.Http.TempPath>_<n>", n then counting up;
+    /// an empty or missing value gives "_<n>" in the working directory. When
+    /// the configuration cannot be read, prints "error to get temp path " and
+    /// gives "/home/temp/.webpost_<n>". The text
     /// stays valid until the next call on the same thread; copy it at once.
     static const char* GetTempFilePath();
 

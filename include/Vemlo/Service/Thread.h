@@ -42,6 +42,8 @@ namespace Service {
 ///    Start, Stop and Wait of one object must not be called concurrently.
 ///  - Failures are thrown as WorkException* (codes 7221 start, 7222 stop,
 ///    7223 wait; 0 from the constructor); the catcher deletes the object.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API Thread {
 public:
     Thread(const Thread&) = delete;

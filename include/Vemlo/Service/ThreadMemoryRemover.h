@@ -42,6 +42,8 @@ namespace Service {
 ///    runs without logging.
 ///  - addThread may be called from any thread; GetInstance and
 ///    DestroyInstance are not synchronised (call them from one thread).
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API ThreadMemoryRemover : public Thread {
 public:
     ThreadMemoryRemover(const ThreadMemoryRemover&) = delete;

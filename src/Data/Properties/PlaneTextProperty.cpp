@@ -5,6 +5,8 @@
 #include <Vemlo/Data/Collection/HashTable.h>
 #include <Vemlo/Data/Properties/PropertyException.h>
 
+#include "Data/Properties/FileReplace.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -65,16 +67,6 @@ void createWithComment(const char* path) {
     std::fclose(file);
 }
 
-// An entry that would load back from its line as the same key and value. A
-// newline would split the line (and could forge another entry), '#' disables
-// the whole line, the first '=' ends the key and the first ';' the value.
-bool isWritable(const char* key, const char* value) {
-    const size_t keyLength = std::strlen(key);
-    const size_t valueLength = std::strlen(value);
-    return keyLength <= kMaxKeyLength && valueLength <= kMaxValueLength &&
-           std::strpbrk(key, "=#\n") == nullptr && std::strpbrk(value, ";#\n") == nullptr;
-}
-
 // `path` as one word for the shell: unchanged when it holds only characters
 // the shell leaves alone, else single-quoted; "./" in front of a leading '-'
 // so that mv does not read it as an option.
@@ -84,7 +76,8 @@ std::string shellWord(const char* path) {
         word = "./";
     word += path;
     if (!word.empty() &&
-        word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./+,:@%=-") ==
+        word.find_first_not_of(
+            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./+,:@%=-") ==
             std::string::npos)
         return word;
     std::string quoted = "'";
@@ -160,22 +153,24 @@ int PlaneTextProperty::IsValidate(const char* path) {
 }
 
 int PlaneTextProperty::Update(const char* path) {
+    // Nothing to write to: reported like a command that could not run.
     if (!path)
-        throw new PropertyException("FIlename is NULL");
+        return -1;
+    // Through a symbolic link the file it points at is replaced, next to
+    // itself, and the link stays.
+    const std::string target = FileReplace::ResolveLinks(path);
     // A name too long for the buffer would be cut to another file's name.
-    if (std::strlen(path) + sizeof ".tmp" > kPathBufferSize)
-        throwWithPath("cannot open file [%s]", path);
-    // mv would move the file into a folder instead of replacing it.
-    struct stat info;
-    if (stat(path, &info) == 0 && S_ISDIR(info.st_mode))
+    if (target.size() + sizeof ".tmp" > kPathBufferSize)
         throwWithPath("cannot open file [%s]", path);
     char tmpName[kPathBufferSize];
     std::memset(tmpName, 0, sizeof tmpName);
-    std::snprintf(tmpName, sizeof tmpName, "%s.tmp", path);
+    std::snprintf(tmpName, sizeof tmpName, "%s.tmp", target.c_str());
 
     FILE* file = std::fopen(tmpName, "wb");
     if (!file)
         throwWithPath("cannot open file [%s]", path);
+    // Every entry as it is: a value holding ';' or a newline reloads cut at
+    // it, as callers have always seen, but nothing is left out.
     Vemlo::Data::Collection::HashTable* table = getTable();
     bool written = true;
     const int count = table->getCount();
@@ -185,27 +180,30 @@ int PlaneTextProperty::Update(const char* path) {
         if (!key)
             continue;
         const char* value = table->getStringValue(i);
-        if (!value)
-            value = "";
-        if (!isWritable(key, value))
-            continue;
-        line.assign(key).append("=").append(value).append(";\n");
+        line.assign(key).append("=").append(value ? value : "").append(";\n");
         written = std::fwrite(line.data(), 1, line.size(), file) == line.size();
     }
-    // A short write (full disk, file size limit) may only show when the
-    // buffer is flushed by fclose.
+    // The new file keeps the old one's permissions, and is on the disk before
+    // it replaces it: a power cut leaves the old file or the new one, whole.
+    FileReplace::CopyOwnerAndMode(fileno(file), target);
+    if (std::fflush(file) != 0 || !FileReplace::SyncFile(fileno(file)))
+        written = false;
+    // A short write (full disk, file size limit) may only show here.
     if (std::fclose(file) != 0)
         written = false;
+    // An incomplete file never replaces the old one.
     if (!written) {
         std::remove(tmpName);
-        throwWithPath("cannot write file [%s]", path);
+        return -1;
     }
 
     // The file is replaced in one step, only now that the new one is complete.
-    const std::string command = "mv -f " + shellWord(tmpName) + " " + shellWord(path);
+    // The shell command is kept: its status is what callers have always
+    // been given.
+    const std::string command = "mv -f " + shellWord(tmpName) + " " + shellWord(target.c_str());
     const int status = std::system(command.c_str());
-    if (status != 0)
-        std::remove(tmpName);
+    if (status == 0)
+        FileReplace::SyncFolder(target);
     return status;
 }
 

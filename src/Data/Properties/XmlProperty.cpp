@@ -7,6 +7,8 @@
 #include <Vemlo/Data/Collection/HashElement.h>
 #include <Vemlo/Data/Collection/HashTable.h>
 
+#include "Data/Properties/FileReplace.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -31,7 +33,9 @@ constexpr size_t kChunkSize = 2000;
 // Keys below the top level are formatted, and so cut, at this length.
 constexpr size_t kMaxKeyLength = 2047;
 
-inline bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+inline bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 // `value` without the blanks the reader trims.
 std::string trimmed(const char* value) {
@@ -159,6 +163,68 @@ private:
     std::unordered_map<const Node*, Index> m_indexes;
 };
 
+// True for a name the reader takes back as it is written: letters, digits,
+// '_' and '-' only.
+bool isPlainName(const std::string& name) {
+    if (name.empty())
+        return false;
+    for (char c : name) {
+        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                           (c >= '0' && c <= '9') || c == '_' || c == '-';
+        if (!plain)
+            return false;
+    }
+    return true;
+}
+
+// A quick test that needs no writing: every part of the key a plain name, no
+// name twice on the path from the root (the reader would end the outer
+// element at the inner one's end tag), no markup in the value.
+bool isPlainEntry(const char* rootName, const std::string& key, const char* value) {
+    if (std::strpbrk(value, "<>"))
+        return false;
+    std::vector<std::string> path{rootName};
+    size_t begin = 0;
+    for (;;) {
+        const size_t dot = key.find('.', begin);
+        std::string part =
+            key.substr(begin, dot == std::string::npos ? std::string::npos : dot - begin);
+        if (!isPlainName(part))
+            return false;
+        for (const std::string& above : path)
+            if (above == part)
+                return false;
+        if (dot == std::string::npos)
+            return true;
+        path.push_back(std::move(part));
+        begin = dot + 1;
+    }
+}
+
+// True when the element of `key` holding `value`, written alone below a root
+// named `rootName`, loads back as the same entry.
+bool entryLoadsBack(const char* rootName, const std::string& key, const char* value) {
+    if (isPlainEntry(rootName, key, value))
+        return true;
+    XmlDocument alone;
+    Node* root = new Node;
+    root->setName(rootName);
+    alone.addChild(root);
+    NodeFinder(root).find(key)->setValue(value);
+    return loadsBack(alone, alone.getInnerXml());
+}
+
+// Reports an entry that Update leaves out, on one line whatever its key holds.
+void reportLeftOut(int index, const char* key) {
+    std::string shown(key);
+    for (char& c : shown)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+            c = '?';
+    std::printf("[XmlProperty::Update] update fail %d element [%s] would not load back\n", index,
+                shown.c_str());
+    std::fflush(stdout);
+}
+
 } // namespace
 
 XmlProperty::XmlProperty() : m_pDocument(nullptr) {}
@@ -193,11 +259,10 @@ int XmlProperty::IsValidate(const char* path) {
         std::printf("xml property file [%s] does not exist \n", path);
         // Only a missing file is created: one that exists but cannot be read
         // must not be truncated by opening it for writing.
-        FILE* created = error == ENOENT ? std::fopen(path, "wb") : nullptr;
-        if (created) {
+        // Created whole or not at all, even when the power fails meanwhile.
+        if (error == ENOENT &&
+            FileReplace::Replace(path, kEmptyDocument, sizeof kEmptyDocument - 1)) {
             m_pDocument->LoadXML(String(kEmptyDocument));
-            std::fwrite(kEmptyDocument, 1, sizeof kEmptyDocument - 1, created);
-            std::fclose(created);
             return 1;
         }
     } else {
@@ -237,8 +302,13 @@ int XmlProperty::Update(const char* path) {
     Node* root = m_pDocument->getFirstChild();
     if (!root)
         return 0;
-    // Each key's element as getNode finds or creates it.
+    // Each key's element as getNode finds or creates it. An entry the format
+    // cannot hold (markup in its value, a key part that is no element name)
+    // would leave a file that no longer loads, or loads other entries: it is
+    // left out and reported, and every other entry is written.
     NodeFinder finder(root);
+    const char* rootName = root->getName();
+    bool complete = true;
     Vemlo::Data::Collection::HashTable* table = getTable();
     const int count = table->getCount();
     for (int i = 0; i < count; ++i) {
@@ -248,20 +318,31 @@ int XmlProperty::Update(const char* path) {
             std::fflush(stdout);
             return 0;
         }
-        finder.find(element->getKey())->setValue(element->getStringValue());
+        const char* key = element->getKey();
+        const char* value = element->getStringValue();
+        if (!value)
+            value = ""; // a value that is no text is written empty
+        if (!entryLoadsBack(rootName, key, value)) {
+            reportLeftOut(i, key);
+            complete = false;
+            continue;
+        }
+        finder.find(key)->setValue(value);
     }
 
     const char* text = m_pDocument->getInnerXml();
-    // A key or value the format cannot hold would leave a file that no longer
-    // loads (or loads other entries): keep the old file instead.
-    if (!loadsBack(*m_pDocument, text))
+    // What the document held before (a file with elements this writer cannot
+    // reproduce) may still not load back: the old file is kept then.
+    if (!loadsBack(*m_pDocument, text)) {
+        std::printf("[XmlProperty::Update] update fail [%s] would not load back\n", path);
+        std::fflush(stdout);
         return 0;
-    FILE* file = std::fopen(path, "wb");
-    if (!file)
+    }
+    // Replaced through a temporary file, so that a power cut leaves the old
+    // file or the new one, each loadable.
+    if (!FileReplace::Replace(path, text, std::strlen(text)))
         return 0;
-    const size_t length = std::strlen(text);
-    const bool written = std::fwrite(text, 1, length, file) == length;
-    return std::fclose(file) == 0 && written ? 1 : 0;
+    return complete ? 1 : 0;
 }
 
 int XmlProperty::ParseNodes(void* node, String prefix) {

@@ -1,14 +1,36 @@
 //===- Data/Properties/FilePropertyTest.cpp - Building and wrapping sets --===//
 #include "support/TestConfig.h"
 
+#include <csignal>
+#include <filesystem>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 using namespace Vemlo::Data::Properties;
 using VemloTest::ExpectPropertyThrown;
+using VemloTest::ReadFile;
 using VemloTest::TempDir;
 using VemloTest::WriteFile;
 
+namespace {
+
+// A set of the format, for both formats in turn.
+Property* newSet(bool xml) {
+    return xml ? static_cast<Property*>(new XmlProperty) : new PlaneTextProperty;
+}
+
+size_t entries(const std::string& folder) {
+    const std::filesystem::directory_iterator all(folder);
+    return static_cast<size_t>(std::distance(begin(all), end(all)));
+}
+
+} // namespace
+
 // The interface stays hidden behind the private bases; the configuration is
 // still a FileProperty.
-static_assert(!std::is_convertible<FileProperty*, IProperty*>::value, "FileProperty's base is private");
+static_assert(!std::is_convertible<FileProperty*, IProperty*>::value,
+              "FileProperty's base is private");
 static_assert(std::is_convertible<Vemlo::Config::Configuration*, FileProperty*>::value, "");
 
 // Standard output (the formats' messages) is captured and dropped in every case.
@@ -20,7 +42,8 @@ protected:
 };
 
 TEST_F(FilePropertyTest, BuilderPicksTheFormatByCode) {
-    std::unique_ptr<Property> xml(PropertyBuilder::BuildProperty(dir.file("new.xml").c_str(), 6301));
+    std::unique_ptr<Property> xml(
+        PropertyBuilder::BuildProperty(dir.file("new.xml").c_str(), 6301));
     EXPECT_NE(dynamic_cast<XmlProperty*>(xml.get()), nullptr); // a new XML file is accepted at once
 
     // Any other code is plain text; its first build of a new file gives null
@@ -43,7 +66,7 @@ TEST_F(FilePropertyTest, PrefixAppliesToReadsOnly) {
     // Writes take the key as given: existing callers depend on it.
     p.setValue("b", "1");
     EXPECT_STREQ(p.getValue("b"), ""); // Base.b
-    EXPECT_EQ(p.Update(), 1); // to the file name
+    EXPECT_EQ(p.Update(), 1);          // to the file name
     EXPECT_STREQ(FileProperty(path.c_str()).getValue("b"), "1");
 }
 
@@ -60,4 +83,62 @@ TEST_F(FilePropertyTest, FailedLoadThrows201AndLeavesAnEmptyShell) {
     // The next attempt succeeds; the path may come from the object itself.
     EXPECT_EQ(p.setFileName(p.getFileName(), 0), 1);
     EXPECT_STREQ(p.getValue("Comment"), "Trimlo Configuration File");
+}
+
+TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
+    for (const bool xml : {true, false}) {
+        SCOPED_TRACE(xml ? "xml" : "plain text");
+        TempDir folder;
+        const std::string real = folder.file("real"), link = folder.file("link");
+        WriteFile(real, xml ? "<FileProperty><A>1</A></FileProperty>" : "A=1;\n");
+        ASSERT_EQ(chmod(real.c_str(), 0604), 0);
+        ASSERT_EQ(symlink("real", link.c_str()), 0);
+        std::unique_ptr<Property> p(newSet(xml));
+        p->Load(link.c_str());
+        p->setValue("A", "2");
+        EXPECT_EQ(p->Update(link.c_str()), xml ? 1 : 0);
+        struct stat info;
+        ASSERT_EQ(lstat(link.c_str(), &info), 0);
+        EXPECT_TRUE(S_ISLNK(info.st_mode));
+        ASSERT_EQ(stat(real.c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, 0604u);
+        std::unique_ptr<Property> reread(newSet(xml));
+        reread->Load(real.c_str());
+        EXPECT_STREQ(reread->getValue("A"), "2");
+        EXPECT_EQ(entries(folder.path()), 2u); // no temporary file left
+    }
+}
+
+TEST_F(FilePropertyTest, FailedUpdateLeavesTheOldFileAndNoTemporaryFile) {
+    for (const bool xml : {true, false}) {
+        SCOPED_TRACE(xml ? "xml" : "plain text");
+        TempDir folder;
+        const std::string path = folder.file("p");
+        const std::string old =
+            xml ? "<FileProperty><keep>this</keep></FileProperty>" : "keep=this;\n";
+        WriteFile(path, old);
+        // A full disk, made by a file size limit in a child process.
+        const int result = VemloTest::RunInChild([&] {
+            std::signal(SIGXFSZ, SIG_IGN);
+            struct rlimit limit = {4096, 4096};
+            if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+                return 2;
+            std::unique_ptr<Property> big(newSet(xml));
+            big->Load(path.c_str());
+            for (int i = 0; i < 1000; ++i)
+                big->setValue(("key" + std::to_string(i)).c_str(), "some value");
+            try {
+                const int status = big->Update(path.c_str());
+                return (xml ? status == 0 : status != 0) ? 0 : 1;
+            } catch (PropertyException* e) {
+                delete e;
+                return 3;
+            }
+        });
+        if (result == 2)
+            GTEST_SKIP() << "setrlimit(RLIMIT_FSIZE) is not allowed here";
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(ReadFile(path), old);
+        EXPECT_EQ(entries(folder.path()), 1u);
+    }
 }

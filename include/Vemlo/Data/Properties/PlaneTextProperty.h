@@ -30,15 +30,17 @@ namespace Properties {
 /// Update writes every entry, in table order, as "key=value;\n" into
 /// "<path>.tmp" and moves it over the file with the shell command
 /// "mv -f <tmp> <path>", so the file is replaced only after the new one has
-/// been written in full. A write error (a full disk, a file size limit)
-/// removes the temporary file, leaves the old file as it was and throws. A
-/// failed move is reported by the command's status only (the temporary file
-/// is removed).
-/// Entries the format cannot hold are left out of the file rather than
-/// written so that they break other lines: a key over 255 bytes or holding
-/// '=', '#' or a newline, a value over 255 bytes or holding ';', '#' or a
-/// newline. An entry whose value is not a text is written with an empty
-/// value. Paths are passed to the shell quoted where needed.
+/// been written in full. Every entry is written as it is: a value holding ';'
+/// or a newline reloads cut at it, as the format has always had it. A write
+/// error (a full disk, a file size limit) gives a non-zero status, removes
+/// the temporary file and leaves the old file as it was. A failed move is
+/// reported by the command's status only. Paths are passed to the shell
+/// quoted where needed. The new file gets the old one's owner (where the
+/// process may give it) and permission bits, is synced before the move and
+/// the folder after it, so that a power cut leaves the old file or the new
+/// one, whole. A path that is a symbolic link stays a link: the file it
+/// points at is replaced, through "<that file>.tmp". Departures:
+/// docs/Compatibility.md.
 ///
 /// Failures are thrown as PropertyException* (the catcher deletes it).
 /// Messages print to standard output ("PlanText Property :: IsValidate Start "
@@ -66,12 +68,11 @@ public:
     int IsValidate(const char* path) override;
 
     /// Writes the set to `path` through "<path>.tmp" and "mv -f"; returns the
-    /// status of the move command (0 on success, as system() gives it; on
-    /// failure the temporary file is removed and the old file stays).
-    /// Throws PropertyException* "cannot open file [<path>]" when the
-    /// temporary file cannot be created (also for a path too long to extend),
-    /// and "cannot write file [<path>]" when it cannot be written in full;
-    /// either way the file at `path` is left untouched.
+    /// status of the move command (0 on success, as system() gives it). -1,
+    /// with the old file untouched and no temporary file left, when the
+    /// temporary file cannot be written in full or `path` is null. Throws
+    /// PropertyException* "cannot open file [<path>]" when the temporary file
+    /// cannot be created (also for a path too long to extend).
     int Update(const char* path) override;
 
     /// Parses one line in place (it may be changed) and stores its entry with

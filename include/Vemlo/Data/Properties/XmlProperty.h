@@ -36,10 +36,18 @@ namespace Properties {
 /// missing file is created holding "<FileProperty></FileProperty>" and
 /// accepted at once, so a new set starts empty. Update writes the set into the
 /// kept document (creating the elements of new keys) and the document into
-/// the file, in place. The file is not written when the text would not load
-/// back into the same elements and values (a value or key holding markup
-/// characters such as '<', an empty key part; blanks around values are not
-/// kept by the format): Update then returns 0 and leaves the file as it was.
+/// the file. The file is replaced whole: the text goes to a temporary file
+/// next to it ("<file>.tmp.<pid>.<n>"), which is synced and renamed over it,
+/// and the folder is synced, so that a power cut leaves the old file or the
+/// new one. A path that is a symbolic link stays a link (the file it points at
+/// is replaced); owner and permission bits are kept. A file that cannot be
+/// replaced that way (its folder not writable, an owner the process cannot
+/// give, other hard links) is written in place. A missing file is created the
+/// same way. Departures: docs/Compatibility.md. An entry whose element would not load back as
+/// itself (markup characters such as '<' in its value, a key part that is no element name, such as
+/// an empty part or one with a blank, or one naming an element above it) is left out, reported with
+/// the line "[XmlProperty::Update] update fail <i> element [<key>] would not load back", and every
+/// other entry is written: the file always loads. Blanks around values are not kept by the format.
 ///
 /// Malformed XML makes IsValidate and Load throw XmlException* (the catcher
 /// deletes it); the set then keeps no document and the next call reads the
@@ -73,11 +81,12 @@ public:
     int IsValidate(const char* path) override;
 
     /// Writes every entry into the document, then the document to `path`.
-    /// 1 when the file was written in full; 0 when it was not written: no
-    /// document could be had (it is read from `path` first when none is held),
-    /// an entry is null ("[XmlProperty::Update] update fail <i> element is
-    /// NULL" is printed), the text would not load back the same (see the class comment),
-    /// or the file cannot be opened or written.
+    /// 1 when the file was written with every entry; 0 when an entry was left
+    /// out (the file is written with the others, see the class comment) or
+    /// the file was not written: no document could be had (it is read from
+    /// `path` first when none is held), an entry is null ("[XmlProperty::Update]
+    /// update fail <i> element is NULL" is printed), or the file cannot be
+    /// opened or written.
     int Update(const char* path) override;
 
     /// Adds the entries of the subtree at `node` (a Common::Xml::Node*) to the

@@ -37,6 +37,8 @@ namespace Socket {
 ///
 /// Thread safety: none. One object is used by one thread at a time; different
 /// objects may be used by different threads.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API ClientBase {
 public:
     /// No socket yet (descriptor 0), the unused areas zeroed, and the

@@ -32,6 +32,8 @@ namespace Socket {
 /// cannot be copied.
 ///
 /// Thread safety: none; one object, one thread at a time.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API ServerBase {
 public:
     /// No socket yet (descriptor 0).
