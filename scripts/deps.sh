@@ -26,6 +26,8 @@ VEMLO_TEST_PACKAGES=(googletest libgtest-dev libxml2-utils util-linux binutils p
 VEMLO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 # Benchmarks: Google Benchmark and the libraries measured beside libVemlo.
 VEMLO_BENCH_PACKAGES=(libbenchmark-dev libtinyxml2-dev libpugixml-dev libssl-dev zlib1g-dev libcurl4-openssl-dev libpoco-dev)
+# The coverage lane: gcovr reads GCC's counters.
+VEMLO_COVERAGE_PACKAGES=(gcovr)
 # The ARM lane: cross compiler and user-mode emulator.
 VEMLO_ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
 # armhf libraries that the library links on the target, unpacked into the

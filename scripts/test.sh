@@ -16,7 +16,7 @@ set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/scripts/deps.sh"
 jobs=${VEMLO_JOBS:-$(nproc)}
-lanes=${VEMLO_LANES:-host fuzz tsan arm}
+lanes=${VEMLO_LANES:-host fuzz tsan arm coverage}
 out=$root/build
 total_passed=0
 total_failed=0
@@ -122,6 +122,20 @@ for lane in $lanes; do
                 echo "arm lane: footprint over its limit or not measured"
                 total_failed=$((total_failed + 1))
             fi
+        fi
+        ;;
+    coverage)
+        if ! vemlo_need_packages "${VEMLO_COVERAGE_PACKAGES[@]}"; then
+            echo "coverage lane: cannot install gcovr"
+            total_failed=$((total_failed + 1))
+            continue
+        fi
+        if build_lane coverage "$out/coverage" -DCMAKE_BUILD_TYPE=Debug -DVEMLO_COVERAGE=ON; then
+            find "$out/coverage" -name '*.gcda' -delete
+            echo "=== coverage lane: tests (the package and docs builds cover nothing of src/)"
+            run_ctest coverage "$out/coverage" -E '^(package|docs)\.'
+            echo "=== coverage lane: report"
+            bash "$root/scripts/coverage.sh" "$out/coverage" || total_failed=$((total_failed + 1))
         fi
         ;;
     *) echo "unknown lane: $lane"; total_failed=$((total_failed + 1)) ;;
