@@ -3,19 +3,39 @@
 # already there. Source it and call: vemlo_need_packages PKG...
 # Runs apt-get update at most once per call, and only when something is missing.
 
-vemlo_need_packages() {
-    local missing=()
+# Root's commands run through sudo when the caller is not root.
+vemlo_sudo() {
+    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+# vemlo_missing PKG...: prints the packages that are not installed.
+vemlo_missing() {
     local p
     for p in "$@"; do
-        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$p")
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q '^install ok installed$' || echo "$p"
     done
-    [ ${#missing[@]} -eq 0 ] && return 0
-    echo "installing: ${missing[*]}"
-    local sudo=""
-    [ "$(id -u)" -eq 0 ] || sudo="sudo"
-    $sudo apt-get update -qq || return 1
-    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" \
-        > /tmp/vemlo-apt.log 2>&1 || { tail -n 20 /tmp/vemlo-apt.log; return 1; }
+}
+
+vemlo_need_packages() {
+    local missing
+    missing=$(vemlo_missing "$@")
+    [ -z "$missing" ] && return 0
+    echo "installing:" $missing
+    # An index that fails to update (a foreign architecture's index out of
+    # sync, say) does not stop set-up: the install is tried anyway, and only
+    # packages that are still missing afterwards count as a failure.
+    vemlo_sudo apt-get update -qq > /tmp/vemlo-apt-update.log 2>&1 ||
+        echo "apt-get update reported a failure (trying the install anyway):" \
+            "$(grep -E '^(E|W):' /tmp/vemlo-apt-update.log | head -n 3)"
+    # shellcheck disable=SC2086
+    DEBIAN_FRONTEND=noninteractive vemlo_sudo apt-get install -y -qq --no-install-recommends $missing \
+        > /tmp/vemlo-apt.log 2>&1
+    # shellcheck disable=SC2086
+    missing=$(vemlo_missing $missing)
+    [ -z "$missing" ] && return 0
+    tail -n 20 /tmp/vemlo-apt.log
+    echo "still missing:" $missing
+    return 1
 }
 
 # What a host build needs.
@@ -26,6 +46,8 @@ VEMLO_TEST_PACKAGES=(googletest libgtest-dev libxml2-utils util-linux binutils p
 VEMLO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 # Benchmarks: Google Benchmark and the libraries measured beside libVemlo.
 VEMLO_BENCH_PACKAGES=(libbenchmark-dev libtinyxml2-dev libpugixml-dev libssl-dev zlib1g-dev libcurl4-openssl-dev libpoco-dev)
+# The coverage lane: gcovr reads GCC's counters.
+VEMLO_COVERAGE_PACKAGES=(gcovr)
 # The ARM lane: cross compiler and user-mode emulator.
 VEMLO_ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
 # armhf libraries that the library links on the target, unpacked into the
@@ -42,7 +64,7 @@ vemlo_armhf_sysroot() {
         return 0
     fi
     if ! dpkg --print-foreign-architectures | grep -qx armhf; then
-        dpkg --add-architecture armhf || return 1
+        vemlo_sudo dpkg --add-architecture armhf || return 1
     fi
     local debs
     debs=$(mktemp -d)
@@ -50,7 +72,7 @@ vemlo_armhf_sysroot() {
     local p
     for p in "${VEMLO_ARMHF_LIBRARIES[@]}"; do pkgs+=("$p:armhf"); done
     if ! (cd "$debs" && apt-get download "${pkgs[@]}" > /dev/null 2>&1); then
-        apt-get update -qq > /dev/null 2>&1
+        vemlo_sudo apt-get update -qq > /dev/null 2>&1
         (cd "$debs" && apt-get download "${pkgs[@]}" > /dev/null 2>&1) || { rm -rf "$debs"; return 1; }
     fi
     local deb

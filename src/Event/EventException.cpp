@@ -8,4 +8,3 @@ EventException::~EventException() = default;
 
 } // namespace Event
 } // namespace Vemlo
-

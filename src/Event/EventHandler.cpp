@@ -12,14 +12,13 @@
 #include <Vemlo/Log/Logger.h>
 #include <Vemlo/Util/System/CSingleLock.h>
 
-#include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <mutex>
-#include <vector>
 
 #include <pthread.h>
 
@@ -64,16 +63,15 @@ using Guard = std::lock_guard<ListLock>;
 // Register, UnRegister, SendEventMsg and the look-ups. A list passes its own
 // section only momentarily (that is how lists behave), so every list call
 // is also made under one of two user-space locks, never held across a
-// handler: `queueLock` for the queue, `lock` for the host lists. The latter
-// also guards the bookkeeping that lets UnRegister return only once the
-// dispatcher has let go of a host. The queue has a lock of its own so that
-// senders never wait for the dispatcher's look-ups.
+// handler: `queueLock` for the queue and the greetings, `lock` for the host
+// lists and the delivery bookkeeping. The queue has a lock of its own so
+// that senders never wait for the dispatcher's look-ups.
 struct EventHandler::Coordination {
-    // Guards the host lists and the fields below.
+    // Guards the host lists and the fields below it.
     ListLock lock;
-    // Guards the queue (senders and the dispatcher meet here).
+    // Guards the queue and the greetings.
     ListLock queueLock;
-    // Signalled when a delivery ends and when requested gates are open.
+    // Signalled when a delivery ends, for a host being destroyed.
     std::condition_variable_any changed;
     // The host whose OnRecvMessage runs now, or null.
     EventHost* delivering = nullptr;
@@ -81,15 +79,20 @@ struct EventHandler::Coordination {
     // UnRegister moves both when it removes a host before them. -1: none.
     int broadcastNext = -1;
     int broadcastEnd = -1;
-    // Unregistered hosts whose gates the dispatcher still holds. A gate is
-    // opened by the thread that holds it, the dispatcher's.
-    std::vector<EventHost*> gatesToOpen;
-    std::atomic<bool> gatesRequested{false};
+    // A threaded host unregistered while it was being delivered to: its gate
+    // is opened as soon as that delivery ends, by the dispatcher, which then
+    // holds it again.
+    EventHost* gateToOpen = nullptr;
     // Hosts in the pending list, so that a long FireEvent can tell cheaply
     // whether some wait to be caught up.
     std::atomic<int> pendingHosts{0};
     // Set when Run() has ended and opened every gate it held.
     bool runEnded = false;
+    // Start-up events of hosts just caught up, delivered before anything in
+    // the queue (guarded by queueLock), so that each is the first message its
+    // host gets, however much traffic is queued ahead.
+    std::deque<EventMessage*> greetings;
+    std::atomic<int> greetingCount{0};
 };
 
 namespace {
@@ -145,6 +148,23 @@ EventHost* findLogged(ListLock& lock, ArrayList* list, int id, Vemlo::Log::FileL
     return result;
 }
 
+// The first active host named `name` (null: empty); `nullEntry` tells that a
+// null entry ended the walk. Callers hold the lists' lock.
+EventHost* findByName(ArrayList* list, const char* name, bool& nullEntry) {
+    const char* wanted = name ? name : "";
+    const int count = list->Count();
+    for (int i = 0; i < count; ++i) {
+        EventHost* host = static_cast<EventHost*>(list->At(i));
+        if (host == nullptr) {
+            nullEntry = true;
+            return nullptr;
+        }
+        if (std::strcmp(host->getName(), wanted) == 0)
+            return host;
+    }
+    return nullptr;
+}
+
 int indexOf(ArrayList* list, const EventHost* host) {
     const int count = list->Count();
     for (int i = 0; i < count; ++i) {
@@ -171,6 +191,8 @@ EventHandler::EventHandler()
 EventHandler::~EventHandler() {
     // Run() uses the lists until it sees the stop flag.
     Stop(true);
+    for (EventMessage* greeting : m_pCoordination->greetings)
+        delete greeting;
     delete m_pQueue;
     delete m_pTmpHosts;
     delete m_pHosts;
@@ -184,8 +206,6 @@ void EventHandler::Run() {
     while (!m_bStop.load()) {
         catchUpSafely();
         FireEvent();
-        if (m_pCoordination->gatesRequested.load())
-            openRequestedGates();
         usleep(kPass);
     }
 
@@ -194,10 +214,9 @@ void EventHandler::Run() {
     {
         Coordination& c = *m_pCoordination;
         Guard guard(c.lock);
-        for (EventHost* host : c.gatesToOpen)
-            host->getMutex()->Unlock();
-        c.gatesToOpen.clear();
-        c.gatesRequested.store(false);
+        if (c.gateToOpen != nullptr)
+            c.gateToOpen->getMutex()->Unlock();
+        c.gateToOpen = nullptr;
         const int count = m_pHosts->Count();
         for (int i = 0; i < count; ++i) {
             EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
@@ -228,7 +247,7 @@ EventHandler* EventHandler::getInstance() {
     } catch (Vemlo::Common::Exception* e) {
         if (instance->m_pLog != nullptr)
             instance->m_pLog->WriteDebug("[%s] exception msg(%s)", "getInstance", e->GetMessage());
-        delete e;
+        delete e; // thrown by Start() itself: nobody else holds it
     }
     return instance;
 }
@@ -265,52 +284,68 @@ int EventHandler::Register(EventHost* host) {
 int EventHandler::UnRegister(EventHost* host) {
     if (host == nullptr)
         return -1;
-    Coordination& c = *m_pCoordination;
-    const bool onDispatcher = t_dispatcher == this;
-    {
-        CSingleLock guard(&m_section);
-        bool gated = false;
-        {
-            Guard lists(c.lock);
-            const int index = indexOf(m_pHosts, host);
-            if (index < 0)
-                return -1;
-            m_pHosts->RemoveAt(index);
-            if (c.broadcastEnd >= 0) {
-                // The hosts after it move down one place.
-                if (index < c.broadcastNext)
-                    --c.broadcastNext;
-                if (index < c.broadcastEnd)
-                    --c.broadcastEnd;
-            }
-            gated = host->getMutex() != nullptr && !c.runEnded;
-            if (gated && !onDispatcher) {
-                c.gatesToOpen.push_back(host);
-                c.gatesRequested.store(true);
-            }
-        }
-        // Releases a host thread blocked in WaitMessage, so that it can see
-        // its stop flag. The gate is opened by the thread that holds it: at
-        // once when that is the caller, otherwise in the dispatcher's next
-        // step (waited for below).
-        if (gated && onDispatcher)
-            host->getMutex()->Unlock();
-        // The registration tag, not an unregistration tag: existing log
-        // filters look for this one.
-        if (m_pLog != nullptr)
-            m_pLog->WriteDebug("%s host[%d][%s] is un-registered", "[EventHandler::Register]",
-                               host->getId(), host->getName());
-    }
-    if (!onDispatcher) {
-        // Outside the section, which a handler may need meanwhile.
-        std::unique_lock<ListLock> lists(c.lock);
-        c.changed.wait(lists, [&] {
-            return c.delivering != host &&
-                   std::find(c.gatesToOpen.begin(), c.gatesToOpen.end(), host) ==
-                       c.gatesToOpen.end();
-        });
-    }
+    CSingleLock guard(&m_section);
+    if (!removeActive(host))
+        return -1;
+    // The registration tag, not an unregistration tag: existing log filters
+    // look for this one.
+    if (m_pLog != nullptr)
+        m_pLog->WriteDebug("%s host[%d][%s] is un-registered", "[EventHandler::Register]",
+                           host->getId(), host->getName());
     return 0;
+}
+
+bool EventHandler::removeActive(EventHost* host) {
+    Coordination& c = *m_pCoordination;
+    Guard lists(c.lock);
+    const int index = indexOf(m_pHosts, host);
+    if (index < 0)
+        return false;
+    m_pHosts->RemoveAt(index);
+    if (c.broadcastEnd >= 0) {
+        // The hosts after it move down one place.
+        if (index < c.broadcastNext)
+            --c.broadcastNext;
+        if (index < c.broadcastEnd)
+            --c.broadcastEnd;
+    }
+    // The gate is opened so that a host thread blocked in WaitMessage can
+    // see its stop flag. While the dispatcher is inside this host's delivery
+    // it has the gate open and takes it back at the end: then it opens the
+    // gate again right after. Otherwise the dispatcher holds the gate and it
+    // is opened here, on whatever thread unregisters (the gate has no owner
+    // check for this reason); UnRegister never waits for the dispatcher.
+    if (host->getMutex() != nullptr && !c.runEnded) {
+        if (c.delivering == host && t_dispatcher != this)
+            c.gateToOpen = host;
+        else
+            host->getMutex()->Unlock();
+    }
+    return true;
+}
+
+void EventHandler::hostDestroyed(EventHost* host) {
+    EventHandler* self = m_pInstance.load();
+    if (self == nullptr)
+        return;
+    Coordination& c = *self->m_pCoordination;
+    // A host deleted while still listed would be delivered to after its
+    // end: it leaves the lists first (its gate opened as UnRegister does).
+    self->removeActive(host);
+    {
+        Guard lists(c.lock);
+        const int pending = indexOf(self->m_pTmpHosts, host);
+        if (pending >= 0) {
+            self->m_pTmpHosts->RemoveAt(pending);
+            c.pendingHosts.fetch_sub(1);
+        }
+    }
+    // A delivery to this host that is under way must end before its parts
+    // go; from inside that delivery (the dispatcher's thread) nothing waits.
+    if (t_dispatcher == self)
+        return;
+    std::unique_lock<ListLock> lists(c.lock);
+    c.changed.wait(lists, [&] { return c.delivering != host && c.gateToOpen != host; });
 }
 
 int EventHandler::SendEventMsg(EventMessage* message) {
@@ -326,7 +361,7 @@ int EventHandler::SendEventMsg(EventMessage* message) {
     } catch (Vemlo::Common::Exception* e) {
         String text;
         text.Format("Cannot Send Event [%s]", e->GetMessage());
-        delete e;
+        delete e; // thrown inside the library, caught only here
         throw new EventException(text.c_str(), 7301);
     } catch (abi::__forced_unwind&) {
         throw; // the calling thread is being cancelled
@@ -351,23 +386,11 @@ EventHost* EventHandler::FindTmpHost(int id) {
 }
 
 EventHost* EventHandler::FindHost(const char* name) {
-    const char* wanted = name ? name : "";
     bool nullEntry = false;
-    EventHost* result = nullptr;
+    EventHost* result;
     {
         Guard lists(m_pCoordination->lock);
-        const int count = m_pHosts->Count();
-        for (int i = 0; i < count; ++i) {
-            EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
-            if (host == nullptr) {
-                nullEntry = true;
-                break;
-            }
-            if (std::strcmp(host->getName(), wanted) == 0) {
-                result = host;
-                break;
-            }
-        }
+        result = findByName(m_pHosts, name, nullEntry);
     }
     if (nullEntry && m_pLog != nullptr)
         m_pLog->WriteError("[EventHandler::FindHost] host is NULL");
@@ -375,24 +398,12 @@ EventHost* EventHandler::FindHost(const char* name) {
 }
 
 int EventHandler::FindHostID(const char* name) {
-    const char* wanted = name ? name : "";
-    int result = -1;
     bool nullEntry = false;
+    int result;
     {
         Guard lists(m_pCoordination->lock);
-        const int count = m_pHosts->Count();
-        for (int i = 0; i < count; ++i) {
-            EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
-            if (host == nullptr) {
-                nullEntry = true;
-                result = 0;
-                break;
-            }
-            if (std::strcmp(host->getName(), wanted) == 0) {
-                result = host->getId();
-                break;
-            }
-        }
+        EventHost* host = findByName(m_pHosts, name, nullEntry);
+        result = host != nullptr ? host->getId() : nullEntry ? 0 : -1;
     }
     if (nullEntry && m_pLog != nullptr)
         m_pLog->WriteError("[EventHandler::FindHostID] host is NULL");
@@ -401,12 +412,6 @@ int EventHandler::FindHostID(const char* name) {
 
 int EventHandler::CatchUpMutex() {
     Coordination& c = *m_pCoordination;
-    // Gates of hosts unregistered earlier are opened first: such a host may
-    // be among the pending ones again, and its gate is taken anew below.
-    if (c.gatesRequested.load())
-        openRequestedGates();
-
-    EventMessage* startup = nullptr;
     for (;;) {
         EventHost* host;
         {
@@ -415,18 +420,17 @@ int EventHandler::CatchUpMutex() {
                 break;
             host = static_cast<EventHost*>(m_pTmpHosts->At(0));
         }
-        if (startup == nullptr)
-            startup = new EventMessage(0, 9999, "initialize event", nullptr, nullptr, nullptr);
         if (host == nullptr) {
             if (m_pLog != nullptr)
                 m_pLog->WriteError("[EventHandler::CatchUpMutex] host is NULL");
             break;
         }
-        startup->setTargetId(host->getId());
         if (host->getMutex() != nullptr)
             Gate::take(host->getMutex()); // the dispatcher holds the gate now
         if (m_pLog != nullptr)
             m_pLog->WriteDebug("[EventHandler::CatchUpMutex] catchup mutex[%s]", host->getName());
+        EventMessage* greeting =
+            new EventMessage(host->getId(), 9999, "initialize event", nullptr, nullptr, nullptr);
         {
             // One step for UnRegister: the host is in exactly one list.
             Guard lists(c.lock);
@@ -434,14 +438,10 @@ int EventHandler::CatchUpMutex() {
             m_pHosts->Add(host);
             c.pendingHosts.fetch_sub(1);
         }
-        try {
-            SendEventMsg(startup);
-        } catch (...) {
-            delete startup;
-            throw;
-        }
+        Guard queue(c.queueLock);
+        c.greetings.push_back(greeting);
+        c.greetingCount.fetch_add(1);
     }
-    delete startup;
     return 0;
 }
 
@@ -451,8 +451,13 @@ int EventHandler::FireEvent() {
     // The next head, read by dropHead while it had the queue anyway.
     Head next;
     for (;;) {
+        // A greeting goes before everything queued.
+        const bool greeting = c.greetingCount.load() > 0;
         EventMessage* message;
-        if (next.known) {
+        if (greeting) {
+            Guard queue(c.queueLock);
+            message = c.greetings.front();
+        } else if (next.known) {
             message = next.message;
             next.known = false;
             if (message == nullptr && next.empty)
@@ -469,60 +474,16 @@ int EventHandler::FireEvent() {
             return 0;
         }
 
+        Outcome outcome;
         try {
-            const int target = message->getTargetId();
-            if (target == 0) {
-                if (!broadcast(message)) {
-                    if (m_pLog != nullptr)
-                        m_pLog->WriteError("[EventHandler::FireEvent] Event Host is NULL ");
-                    return 0;
-                }
-            } else {
-                bool nullEntry = false;
-                EventHost* host = takeTarget(target, nullEntry);
-                if (host != nullptr) {
-                    host->OnRecvMessage(message);
-                    deliveryDone(false);
-                } else {
-                    if (m_pLog != nullptr) {
-                        if (nullEntry)
-                            m_pLog->WriteError("[EventHandler::findhost] host is NULL");
-                        else
-                            m_pLog->WriteDebug("%s  can not find the host ",
-                                               "[EventHandler::FindHost]");
-                    }
-                    Found pending;
-                    {
-                        Guard lists(c.lock);
-                        pending = findById(m_pTmpHosts, target);
-                    }
-                    if (pending == Found::Yes) {
-                        // Not caught up yet: the message is dropped and the
-                        // pass ends.
-                        if (m_pLog != nullptr)
-                            m_pLog->WriteDebug(
-                                "[EventHandler::FireEvent] host is NULL and not find host");
-                        dropHead(message, next);
-                        return 0;
-                    }
-                    if (m_pLog != nullptr) {
-                        if (pending == Found::NullEntry)
-                            m_pLog->WriteError("[EventHandler::FindTmpHost] host is NULL");
-                        else
-                            m_pLog->WriteDebug("%s  can not find the host ",
-                                               "[EventHandler::FindTmpHost]");
-                        m_pLog->WriteDebug("[EventHandler::FireEvent] not find hostid(%d)", target);
-                    }
-                }
-            }
-            dropHead(message, next);
+            outcome = deliver(message);
         } catch (Vemlo::Common::Exception* e) {
             // The message stays at the head: it is delivered again in the
-            // next pass.
+            // next pass. The exception is the handler's: it may be a static
+            // object thrown to ask for exactly this, so it is not deleted.
             deliveryDone(true);
             if (m_pLog != nullptr)
                 m_pLog->WriteError("[EventHandler::FireEvent] CATCH: %s", e->GetMessage());
-            delete e;
             return 0;
         } catch (...) {
             deliveryDone(true);
@@ -530,8 +491,14 @@ int EventHandler::FireEvent() {
                 m_pLog->WriteError("[EventHandler::FireEvent] CATCH: ...");
             return 0;
         }
-        if (c.gatesRequested.load())
-            openRequestedGates();
+        if (outcome == Outcome::Kept)
+            return 0;
+        if (greeting)
+            dropGreeting(message);
+        else
+            dropHead(message, next);
+        if (outcome == Outcome::DroppedEndsPass)
+            return 0;
         if (c.pendingHosts.load() > 0 &&
             std::chrono::steady_clock::now() - caughtUp >= kCatchUpUnderLoad) {
             catchUpSafely();
@@ -540,9 +507,51 @@ int EventHandler::FireEvent() {
     }
 }
 
+EventHandler::Outcome EventHandler::deliver(EventMessage* message) {
+    const int target = message->getTargetId();
+    if (target == 0) {
+        if (broadcast(message))
+            return Outcome::Done;
+        if (m_pLog != nullptr)
+            m_pLog->WriteError("[EventHandler::FireEvent] Event Host is NULL ");
+        return Outcome::Kept;
+    }
+    bool nullEntry = false;
+    if (EventHost* host = takeTarget(target, nullEntry)) {
+        host->OnRecvMessage(message);
+        deliveryDone(false);
+        return Outcome::Done;
+    }
+    if (m_pLog != nullptr) {
+        if (nullEntry)
+            m_pLog->WriteError("[EventHandler::findhost] host is NULL");
+        else
+            m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindHost]");
+    }
+    Found pending;
+    {
+        Guard lists(m_pCoordination->lock);
+        pending = findById(m_pTmpHosts, target);
+    }
+    if (pending == Found::Yes) {
+        // Not caught up yet: the message is dropped and the pass ends.
+        if (m_pLog != nullptr)
+            m_pLog->WriteDebug("[EventHandler::FireEvent] host is NULL and not find host");
+        return Outcome::DroppedEndsPass;
+    }
+    if (m_pLog != nullptr) {
+        if (pending == Found::NullEntry)
+            m_pLog->WriteError("[EventHandler::FindTmpHost] host is NULL");
+        else
+            m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindTmpHost]");
+        m_pLog->WriteDebug("[EventHandler::FireEvent] not find hostid(%d)", target);
+    }
+    return Outcome::Done;
+}
+
 int EventHandler::getQueuedCount() {
     Guard queue(m_pCoordination->queueLock);
-    return m_pQueue->Count();
+    return m_pQueue->Count() + static_cast<int>(m_pCoordination->greetings.size());
 }
 
 bool EventHandler::broadcast(EventMessage* message) {
@@ -570,34 +579,16 @@ bool EventHandler::broadcast(EventMessage* message) {
         }
         host->OnRecvMessage(message);
         deliveryDone(false);
-        if (c.gatesRequested.load())
-            openRequestedGates();
     }
 }
 
 void EventHandler::catchUpSafely() {
+    // Only the library's own calls run here; whatever fails (memory), the
+    // loop must go on.
     try {
         CatchUpMutex();
-    } catch (Vemlo::Common::Exception* e) {
-        // The start-up event could not be queued; the host is active anyway.
-        // The loop must go on.
-        if (m_pLog != nullptr)
-            m_pLog->WriteError("[EventHandler::CatchUpMutex] %s", e->GetMessage());
-        delete e;
     } catch (...) {
     }
-}
-
-void EventHandler::openRequestedGates() {
-    Coordination& c = *m_pCoordination;
-    {
-        Guard lists(c.lock);
-        for (EventHost* host : c.gatesToOpen)
-            host->getMutex()->Unlock();
-        c.gatesToOpen.clear();
-        c.gatesRequested.store(false);
-    }
-    c.changed.notify_all();
 }
 
 EventHost* EventHandler::takeTarget(int id, bool& nullEntry) {
@@ -625,6 +616,12 @@ void EventHandler::deliveryDone(bool endBroadcast) {
     Coordination& c = *m_pCoordination;
     {
         Guard lists(c.lock);
+        if (c.gateToOpen != nullptr) {
+            // Unregistered during its delivery; the dispatcher holds the gate
+            // again and opens it now.
+            c.gateToOpen->getMutex()->Unlock();
+            c.gateToOpen = nullptr;
+        }
         c.delivering = nullptr;
         if (endBroadcast)
             c.broadcastNext = c.broadcastEnd = -1;
@@ -646,6 +643,16 @@ void EventHandler::dropHead(EventMessage* head, Head& next) {
         next.known = true;
     }
     delete head;
+}
+
+void EventHandler::dropGreeting(EventMessage* greeting) {
+    Coordination& c = *m_pCoordination;
+    {
+        Guard queue(c.queueLock);
+        c.greetings.pop_front();
+        c.greetingCount.fetch_sub(1);
+    }
+    delete greeting;
 }
 
 } // namespace Event

@@ -1,6 +1,8 @@
 //===- Event/EventHost.cpp - Receiver of events ---------------------------===//
 #include <Vemlo/Event/EventHost.h>
 
+#include <Vemlo/Event/EventHandler.h>
+
 namespace Vemlo {
 namespace Event {
 
@@ -19,7 +21,10 @@ EventHost::EventHost(const char* name) : m_nId(0), m_sName(name), m_pMutex(nullp
     m_nId = id;
 }
 
-EventHost::~EventHost() = default;
+EventHost::~EventHost() {
+    // The dispatcher lets go of the host before its memory goes.
+    EventHandler::hostDestroyed(this);
+}
 
 } // namespace Event
 } // namespace Vemlo

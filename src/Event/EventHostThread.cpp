@@ -4,6 +4,7 @@
 #include "Event/Gate.h"
 
 #include <Vemlo/Data/Collection/ArrayList.h>
+#include <Vemlo/Event/EventHandler.h>
 #include <Vemlo/Event/EventMessage.h>
 #include <Vemlo/Log/Logger.h>
 
@@ -37,7 +38,9 @@ public:
     std::mutex lock;
 };
 
-HostQueue* queueOf(ArrayList* list) { return static_cast<HostQueue*>(list); }
+HostQueue* queueOf(ArrayList* list) {
+    return static_cast<HostQueue*>(list);
+}
 
 int queued(HostQueue* queue) {
     std::lock_guard<std::mutex> guard(queue->lock);
@@ -57,7 +60,9 @@ EventHostThread::EventHostThread(const char* name)
 }
 
 EventHostThread::~EventHostThread() {
-    // Run() reads the queue and the gate: it must be over before they go.
+    // A delivery under way uses the queue and the gate and starts the thread:
+    // it ends first. Then Run(), which reads them too, is stopped.
+    EventHandler::hostDestroyed(this);
     Stop(true);
     delete queueOf(m_pQueue);
     m_pQueue = nullptr;
@@ -140,7 +145,9 @@ bool EventHostThread::WaitMessage(EventMessage* out) {
     return true;
 }
 
-int EventHostThread::getQueuedCount() { return queued(queueOf(m_pQueue)); }
+int EventHostThread::getQueuedCount() {
+    return queued(queueOf(m_pQueue));
+}
 
 } // namespace Event
 } // namespace Vemlo

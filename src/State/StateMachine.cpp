@@ -36,7 +36,8 @@ void reportFailure(StateMachine* machine, EventHandler* handler, EventMessage& m
     printf("%s", text.c_str());
     fflush(stdout);
     // Unregistered first: a delivery to a host whose thread has ended would
-    // make the dispatcher wait for ever on Start().
+    // make the dispatcher wait for ever on Start(). UnRegister returns at
+    // once, so the thread ends promptly even while the dispatcher is busy.
     handler->UnRegister(machine);
     message.setEventId(kErrorEvent);
     message.setTargetId(0);
@@ -44,7 +45,7 @@ void reportFailure(StateMachine* machine, EventHandler* handler, EventMessage& m
     try {
         handler->SendEventMsg(&message);
     } catch (Vemlo::Common::Exception* e) {
-        delete e; // the thread ends anyway; nobody else can be told
+        delete e; // SendEventMsg's own: the thread ends anyway
     }
 }
 
@@ -54,7 +55,9 @@ StateMachine::StateMachine(const char* name)
     : EventHostThread(name), m_pCurrentState(nullptr), m_states(false), m_history(false) {}
 
 StateMachine::~StateMachine() {
-    // Run() reads the states and writes the history: it must be over first.
+    // A delivery under way may start the thread again: it ends first. Then
+    // Run(), which reads the states and writes the history, is stopped.
+    EventHandler::hostDestroyed(this);
     Stop(true);
     const int count = m_history.Count();
     for (int i = 0; i < count; ++i)
@@ -81,8 +84,9 @@ void StateMachine::Run() {
                 next->onEntry(&message, this, next);
         }
     } catch (Vemlo::Common::Exception* e) {
+        // The callback's exception: read, never deleted, since the
+        // application may throw a pointer to an object it keeps.
         reportFailure(this, handler, message, e->GetMessage());
-        delete e;
     } catch (abi::__forced_unwind&) {
         throw;
     } catch (const std::exception& e) {

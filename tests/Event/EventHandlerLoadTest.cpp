@@ -38,6 +38,9 @@ struct Ledger {
     void note(EventMessage* m) {
         if (m->getEventId() == 9999)
             started = true;
+        else if (!started)
+            early.fetch_add(1); // the start-up event must come first
+
         if (m->getEventId() != kDirect && m->getEventId() != kBroadcast)
             return;
         std::lock_guard<std::mutex> guard(lock);
@@ -50,6 +53,7 @@ struct Ledger {
     std::mutex lock;
     std::vector<int> seqs[kProducers + 1];
     std::atomic<bool> started{false};
+    std::atomic<int> early{0};
 };
 
 struct Generic : Vemlo::Event::EventHostGeneric {
@@ -157,7 +161,8 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
                 events->SendEventMsg(&m);
             }
             ok = ok &&
-                 waitFor([&] { return ledger->from(kProducers) == seqs; }, milliseconds(20000));
+                 waitFor([&] { return ledger->from(kProducers) == seqs; }, milliseconds(20000)) &&
+                 ledger->early == 0;
             // A host not yet caught up is not found; it must not be deleted
             // while the dispatcher still holds it.
             if (!ok || !waitFor([&] { return events->UnRegister(host.get()) == 0; },

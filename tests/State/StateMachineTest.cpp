@@ -26,9 +26,14 @@ void onEntry(EventMessage*, void* machine, StateUnit*) {
 }
 
 std::atomic<int> g_failure{0}; // which kind of failure the callback throws
+std::atomic<bool> g_dispatcherBusy{false};
 void failing(EventMessage*, void*, StateUnit*) {
+    // Fails only once the dispatcher is inside another host's handler.
+    waitFor([] { return g_dispatcherBusy.load(); }, std::chrono::milliseconds(2000));
+    // A pointer to an object the application keeps: read, never deleted.
+    static Vemlo::Common::Exception broken("broken", 9);
     if (g_failure == 0)
-        throw new Vemlo::Common::Exception("broken", 9);
+        throw &broken;
     throw 5;
 }
 
@@ -84,6 +89,13 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineThroughItsStates)
 TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost) {
     EventHandler* events = EventHandler::getInstance();
     Recorder listener("listener");
+    std::mutex needed; // the listener's handler of event 40 waits for it
+    listener.hook = [&](EventMessage* m) {
+        if (m->getEventId() == 40) {
+            g_dispatcherBusy = true;
+            std::lock_guard<std::mutex> wait(needed);
+        }
+    };
     ASSERT_TRUE(EventTestKit::registerAndWait(listener));
     // A framework or standard exception is also broadcast as event 1001;
     // anything else is only printed.
@@ -103,9 +115,15 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
         const size_t before = listener.received().size();
 
         testing::internal::CaptureStdout();
+        g_dispatcherBusy = false;
+        std::unique_lock<std::mutex> hold(needed);
         send(machine->getId(), EV_START);
-        // The machine's thread ends after it unregistered itself.
-        const bool ended = waitFor([&] { return machine->getState() == 2; });
+        send(listener.getId(), 40); // keeps the dispatcher busy meanwhile
+        // The machine's thread ends after it unregistered itself, although
+        // the dispatcher is still inside the listener's handler.
+        const bool ended =
+            waitFor([&] { return machine->getState() == 2; }, std::chrono::milliseconds(3000));
+        hold.unlock();
         EXPECT_EQ(testing::internal::GetCapturedStdout(), printed[kind]);
         ASSERT_TRUE(ended);
         EXPECT_EQ(events->FindHost(machine->getId()), nullptr);
@@ -115,6 +133,7 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
         ASSERT_TRUE(waitFor([&] { return listener.events().back() == 42 + kind; }));
         std::vector<EventTestKit::Received> got = listener.received(), expected;
         got.erase(got.begin(), got.begin() + before);
+        expected.push_back({listener.getId(), 40, "", nullptr});
         if (kind == 0) // to every host
             expected.push_back({0, 1001, printed[kind], nullptr});
         expected.push_back({listener.getId(), 42 + kind, "", nullptr});

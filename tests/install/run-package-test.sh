@@ -7,7 +7,8 @@
 # dpkg -x into a fresh folder; runs the packaged vemlo-selftest; checks that
 # the library is stripped and exports only its public API; and builds and runs
 # a separate application against the unpacked files twice, through
-# find_package(Vemlo) and through pkg-config. ARM programs run under qemu-arm.
+# find_package(Vemlo) and through pkg-config; natively also after an install to
+# a prefix of its own, as the README shows. ARM programs run under qemu-arm.
 set -eu
 src=$1 work=$2 out=$3 cmake=$4 nm=$5 legacy=$6 toolchain=${7:-} sysroot=${8:-}
 rm -rf "$work"
@@ -105,6 +106,19 @@ echo "pkg-config: $flags"
 # shellcheck disable=SC2086
 $cxx -o "$work/vemlo-consumer-pc" "$src/tests/install/consumer/main.cpp" $flags $linkflags
 $run "$work/vemlo-consumer-pc"
+
+# The README's own sequence: install to a prefix of one's choosing, then
+# compile against it through pkg-config with nothing but PKG_CONFIG_PATH.
+if [ -z "$toolchain" ]; then
+    "$cmake" -S "$src" -B "$work/lib" -DCMAKE_INSTALL_PREFIX=/usr/local \
+        -DCMAKE_INSTALL_LIBDIR=lib >> "$work/lib.log"
+    "$cmake" --build "$work/lib" -j 2 >> "$work/lib.log"
+    "$cmake" --install "$work/lib" --prefix "$work/opt/vemlo" >> "$work/lib.log"
+    # shellcheck disable=SC2046
+    $cxx -o "$work/vemlo-consumer-prefix" "$src/tests/install/consumer/main.cpp" \
+        $(PKG_CONFIG_PATH="$work/opt/vemlo/lib/pkgconfig" pkg-config --cflags --libs vemlo)
+    LD_LIBRARY_PATH="$work/opt/vemlo/lib" "$work/vemlo-consumer-prefix"
+fi
 
 rm -rf "$work"
 echo "package test passed"

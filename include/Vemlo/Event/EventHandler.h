@@ -18,6 +18,10 @@ class ArrayList;
 } // namespace Collection
 } // namespace Data
 
+namespace State {
+class StateMachine;
+} // namespace State
+
 namespace Event {
 
 class EventHost;
@@ -49,22 +53,29 @@ class EventMessage;
 /// Delivery promises:
 ///  - A new host is pending until the next pass (under traffic that keeps
 ///    the queue busy, at most about 10 ms), which locks its gate (a threaded
-///    host), makes it active and queues it the start-up event (event id 9999,
-///    text "initialize event"), the first message it gets unless it was
-///    addressed before that. A message to a host that is still pending is
-///    dropped; so is one to an unknown id.
+///    host), makes it active and gives it the start-up event (event id 9999,
+///    text "initialize event") before anything else is delivered, so that is
+///    always the first message it gets. A message to a host that is still
+///    pending is dropped; so is one to an unknown id.
 ///  - A framework exception thrown by a handler leaves the message at the
-///    head of the queue: it is delivered again in the next pass.
+///    head of the queue: it is delivered again in the next pass. The
+///    dispatcher reads its message for the log and never deletes it: the
+///    handler decides who owns what it throws (a pointer to a static object
+///    is fine; one made with new is the handler's to keep or free).
 ///  - Hosts sharing an id after the id counter wrapped (see EventHost.h):
 ///    only the first of them in the active list receives.
-///  - After UnRegister returns 0 the dispatcher neither is nor will be inside
-///    that host (UnRegister waits for a delivery to it to finish, and for the
-///    dispatcher to open a threaded host's gate), so the host may be deleted
-///    at once. Called from a handler, it does not wait (the dispatcher is the
-///    caller). UnRegister of a host that is still pending returns -1 and
-///    leaves it pending: unregister only after its start-up event arrived.
+///  - UnRegister returns at once; it never waits for the dispatcher. It opens
+///    a threaded host's gate, so that its thread can see a stop. Deleting a
+///    host waits only for a delivery to that same host that is under way (not
+///    when the deletion comes from inside that delivery), so a host may be
+///    unregistered and deleted at any moment. A generic host deleted while
+///    still registered is taken out of the lists first (a threaded host must
+///    be unregistered before its thread is stopped). UnRegister of a host that
+///    is still pending returns -1 and leaves it pending.
 ///  - Registering a host that is already pending or active does nothing but
 ///    return its id.
+///
+/// Departures from the documented behaviour: docs/Compatibility.md.
 ///
 /// Thread safety: Register, UnRegister, SendEventMsg and the look-ups may be
 /// called from any thread, handlers included (the dispatcher's thread never
@@ -72,7 +83,7 @@ class EventMessage;
 /// several threads at once; DestroyInstance must not race with any call.
 ///
 /// Failures: SendEventMsg throws EventException* 7301 ("Cannot Send Event
-/// [...]"); the catcher deletes it.
+/// [...]"); the catcher owns and deletes it.
 class VEMLO_API EventHandler : public Vemlo::Service::Thread {
 public:
     EventHandler(const EventHandler&) = delete;
@@ -97,6 +108,7 @@ public:
 
     /// Removes `host` from the active list and opens its gate; 0 when it was
     /// there, -1 otherwise (a pending host is not searched and stays pending).
+    /// Returns at once, also while the dispatcher is inside some handler.
     int UnRegister(EventHost* host);
 
     /// Queues a clone of `message` and returns 0; the caller keeps `message`.
@@ -139,23 +151,44 @@ private:
         bool empty = false;
         EventMessage* message = nullptr;
     };
+    // What became of a message offered for delivery.
+    enum class Outcome {
+        Done,            // delivered, or dropped for an unknown host: next message
+        DroppedEndsPass, // dropped for a host still pending: the pass ends
+        Kept             // a null host entry: the message stays, the pass ends
+    };
 
+    // Host destructors tell the dispatcher that `host` goes; see hostDestroyed.
+    friend class EventHost;
+    friend class EventHostThread;
+    friend class Vemlo::State::StateMachine;
+
+    // Delivers `message` to its target(s) or drops it, with the lines that
+    // tell which. Handlers' exceptions pass through.
+    Outcome deliver(EventMessage* message);
     // Delivers `message` to every active host; false when a null entry
     // stopped it.
     bool broadcast(EventMessage* message);
-    // CatchUpMutex, its failures logged and dropped.
+    // CatchUpMutex, its failures dropped.
     void catchUpSafely();
-    // Opens the gates UnRegister asked for. Dispatcher thread only.
-    void openRequestedGates();
+    // Takes `host` out of the active list and opens its gate (at once, or
+    // when the delivery to it under way ends); false when it was not there.
+    bool removeActive(EventHost* host);
+    // Called by a host's destructor: takes the host out of both lists and
+    // waits for a delivery to it that is under way (never from inside it).
+    static void hostDestroyed(EventHost* host);
     // The first active host with `id`, marked as being delivered to; null
     // when none. `nullEntry` tells a null entry on the way.
     EventHost* takeTarget(int id, bool& nullEntry);
-    // Clears the delivery mark (and the broadcast, when `endBroadcast`) and
-    // wakes UnRegister calls waiting for it.
+    // Clears the delivery mark (and the broadcast, when `endBroadcast`),
+    // opens the gate of a host unregistered during its delivery, and wakes
+    // the destructor of a host waiting for it.
     void deliveryDone(bool endBroadcast);
     // Removes and deletes `head`, the message at the head of the queue, and
     // tells what is at the head now.
     void dropHead(EventMessage* head, Head& next);
+    // Removes and deletes `greeting`, the first start-up event waiting.
+    void dropGreeting(EventMessage* greeting);
 
     // Field order is the object's binary layout.
     Vemlo::Log::FileLog* m_pLog;

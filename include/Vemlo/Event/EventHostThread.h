@@ -54,11 +54,12 @@ namespace Event {
 /// takes a message, also one it found without passing the gate.
 ///
 /// Life: create, Register with the dispatcher, receive, then UnRegister and
-/// delete. UnRegister opens the gate for good (it returns once the dispatcher
-/// has let go of the host, at whatever moment it is called), so the
-/// destructor, which stops the thread and waits for Run() to return, does not
-/// hang. Deleting a host that is still registered blocks for as long as the
-/// dispatcher holds its gate.
+/// delete. UnRegister returns at once and opens the gate for good (right
+/// away, or as soon as a delivery to this host under way ends), so the
+/// destructor, which waits for such a delivery and then stops the thread and
+/// waits for Run() to return, does not hang. A subclass whose own destructor
+/// stops the thread must be unregistered before: while registered, the
+/// dispatcher holds the gate and the thread cannot see the stop.
 ///
 /// Once Run() has returned by itself the host must be unregistered at once:
 /// the next delivery would make Thread::Start() poll for ever on the

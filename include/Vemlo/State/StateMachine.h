@@ -38,7 +38,9 @@ struct StateUnit;
 /// "[StateMachine::Run] Exception: [<message>]", unregisters itself from the
 /// dispatcher (so that nothing is delivered to a machine whose thread is gone,
 /// which would stall the dispatcher) and then broadcasts the error event 1001
-/// with that text to every registered host; its thread ends.
+/// with that text to every registered host; its thread ends, promptly even
+/// while the dispatcher is busy elsewhere. The exception is read, never
+/// deleted: it stays the callback's.
 ///
 /// History: the last 99 records (LogElement), oldest first; older records are
 /// deleted as new ones come, and the rest when the machine goes. The current
