@@ -75,7 +75,7 @@ class EventMessage;
 ///  - Registering a host that is already pending or active does nothing but
 ///    return its id.
 ///
-/// Departures from the documented behaviour: docs/Compatibility.md.
+/// Departures: docs/Compatibility.md.
 ///
 /// Thread safety: Register, UnRegister, SendEventMsg and the look-ups may be
 /// called from any thread, handlers included (the dispatcher's thread never

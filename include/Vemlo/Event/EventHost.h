@@ -35,6 +35,8 @@ class EventMessage;
 ///
 /// Ownership: the application owns its hosts; the dispatcher only points at
 /// them. Unregister a host (EventHandler::UnRegister) before deleting it.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API EventHost : public Vemlo::Data::Object {
 public:
     /// Stores `name` (null is the empty name) and takes the next id.

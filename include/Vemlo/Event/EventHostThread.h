@@ -69,6 +69,8 @@ namespace Event {
 /// EventHostThread* converts to an EventHost* at the same address and to a
 /// Thread* further into the object; both bases' destructors and Run() reach
 /// the same overriders.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API EventHostThread : public EventHost, public Vemlo::Service::Thread {
 public:
     /// The host (next id), then its parked thread, the gate mutex named

@@ -54,6 +54,8 @@ struct StateUnit;
 ///
 /// Destruction stops the thread and waits for it: unregister the machine
 /// first.
+///
+/// Departures: docs/Compatibility.md.
 class VEMLO_API StateMachine : public Vemlo::Event::EventHostThread {
 public:
     /// A threaded host named `name`, no current state, empty lists.
