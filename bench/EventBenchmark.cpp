@@ -15,6 +15,9 @@
 // that sends fall at every point of the dispatcher's cycle.
 //
 //===----------------------------------------------------------------------===//
+#include "Ratios.h"
+#include "SemCount.h"
+
 #include <Vemlo/Vemlo.h>
 
 #include <Poco/AutoPtr.h>
@@ -27,6 +30,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <fstream>
@@ -37,6 +41,8 @@
 #include <thread>
 #include <vector>
 
+#include <pthread.h>
+#include <time.h>
 #include <unistd.h>
 
 using Vemlo::Event::EventHandler;
@@ -48,7 +54,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kBatch = 5000;         // messages per throughput iteration
+constexpr int kBatch = 5000;          // messages per throughput iteration
 constexpr int kGenericSamples = 1000; // latency samples
 constexpr int kThreadedSamples = 200;
 
@@ -121,13 +127,21 @@ template <class Send> void measure(Stamps& stamps, int samples, Send send) {
 
 // ---- libVemlo ------------------------------------------------------------
 
+// CPU time of a thread, in microseconds.
+double cpuMicros(clockid_t clock) {
+    timespec t{};
+    clock_gettime(clock, &t);
+    return t.tv_sec * 1e6 + t.tv_nsec / 1e3;
+}
+
 class Counter : public EventHostGeneric {
 public:
     Counter() : EventHostGeneric("bench") {}
     int OnRecvMessage(EventMessage* m) override {
-        if (m->getEventId() == 9999)
+        if (m->getEventId() == 9999) {
+            pthread_getcpuclockid(pthread_self(), &dispatcherClock);
             started = true;
-        else if (m->getEventId() == 2)
+        } else if (m->getEventId() == 2)
             stamps.arrived();
         else
             count.fetch_add(1, std::memory_order_relaxed);
@@ -136,6 +150,7 @@ public:
     std::atomic<bool> started{false};
     std::atomic<long> count{0};
     Stamps stamps;
+    clockid_t dispatcherClock{};
 };
 
 class ThreadCounter : public EventHostThread {
@@ -166,14 +181,26 @@ void BM_Throughput_Vemlo(benchmark::State& state) {
     Counter host;
     join(events, host);
     EventMessage m(host.getId(), 1, "bench", nullptr, nullptr, nullptr);
+    // CPU time per message of the sending thread and of the dispatcher's:
+    // unlike the throughput, it hardly depends on the machine's load.
+    clockid_t senderClock;
+    pthread_getcpuclockid(pthread_self(), &senderClock);
+    double sending = 0;
+    const double dispatching = cpuMicros(host.dispatcherClock);
     for (auto _ : state) {
         const long target = host.count.load() + kBatch;
+        const double before = cpuMicros(senderClock);
         for (int i = 0; i < kBatch; ++i)
             events->SendEventMsg(&m);
+        sending += cpuMicros(senderClock) - before;
         while (host.count.load() < target)
             std::this_thread::sleep_for(std::chrono::microseconds(50));
     }
+    const double messages = double(state.iterations()) * kBatch;
     state.SetItemsProcessed(state.iterations() * kBatch);
+    state.counters["sender_cpu_us"] = sending / messages;
+    state.counters["dispatcher_cpu_us"] =
+        (cpuMicros(host.dispatcherClock) - dispatching) / messages;
     events->UnRegister(&host);
 }
 
@@ -198,6 +225,193 @@ void BM_Latency_Vemlo_Threaded(benchmark::State& state) {
     events->UnRegister(&host);
     report(state, host.stamps.micros);
 }
+
+// ---- System V semaphore calls per delivered message -----------------------
+//
+// Every lock on this road is a System V semaphore, so the number of
+// semaphore system calls per message is the floor of its cost. It is counted
+// by the wrapper in SemCount.cpp, per thread: the sender, the dispatcher's
+// thread, and a threaded host's thread. Beside each count stands the
+// minimum that the documented algorithms need. It follows from the list
+// calls they make: a locked list passes its section once per call (one
+// wait-for-zero semop), an enter/leave pair of a section is two semops, and
+// every message made or deleted creates (semget, semctl SETVAL) or removes
+// (semctl IPC_RMID) the semaphore set of its extra-value table, which is a
+// list.
+//
+// Sender, SendEventMsg:                                     semget semctl semop
+//   enter and leave the dispatcher's section                              2
+//   Clone: a new message, its table's set                  1      1
+//   Clone: the source's extra values are read in place (no list call);
+//   each one would be one Add to the clone's table (none here)
+//   append the clone to the queue (Add)                                   1
+//   minimum                                                 1      1      3  = 5
+// Dispatcher, FireEvent, per message while the queue is busy, target host
+// first in the active list:
+//   the head: one At(0); the queue is empty only when it gives null, and
+//   the count is read in that same look                                   1
+//   the walk for the target: one At per host passed, here 1              1
+//   a generic host's handler: nothing
+//   remove the head (RemoveAt)                                            1
+//   delete it: its table's destructor empties the list once (Clear), and
+//   the set is removed                                             1      1
+//   minimum                                                 0      1      4  = 5
+// A threaded host's OnRecvMessage adds its own clone (set created) and its
+// append; Start() of a running thread and the gate make no semaphore call:
+//                                                           1      1      1  = 3
+// Receiver, WaitMessage on the host's thread, per message:
+//   the queue is empty? (Count)                                           1
+//   ... when it was empty: past the gate, the queue now holds it? (Count)
+//                                                                         1
+//   the head: At(0)                                                       1
+//   Copy: the copy's extra values are read in place (no list call)
+//   remove the head (RemoveAt), deleting the copy (Clear, remove its set)
+//                                                                  1      2
+//   minimum, host busy (message already queued)             0      1      4  = 5
+//   minimum, host waiting at its gate                       0      1      5  = 6
+// A host that comes back to its gate before the dispatcher has taken the
+// gate back passes it, finds nothing and sleeps 10 ms: each such turn of the
+// documented loop adds three counts, so the waiting figure is a little
+// above its minimum, by an amount that depends on timing.
+
+namespace counting {
+
+using semcount::Counts;
+using semcount::Role;
+
+constexpr int kHold = 10;  // the dispatcher waits in its handler
+constexpr int kMark = 11;  // the dispatcher reads its counts
+constexpr int kPlain = 12; // counted as received
+
+bool waitFor(const std::atomic<bool>& flag) {
+    for (int i = 0; i < 10000 && !flag.load(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return flag.load();
+}
+
+// A generic host that lets the queue fill behind a held message, so that
+// the dispatcher then delivers without idle passes in between.
+class Marker : public EventHostGeneric {
+public:
+    Marker() : EventHostGeneric("count") {}
+    int OnRecvMessage(EventMessage* m) override {
+        if (m->getEventId() == 9999) {
+            semcount::setRole(semcount::kDispatcher);
+            started = true;
+        } else if (m->getEventId() == kHold) {
+            waitFor(release);
+            from = semcount::read(semcount::kDispatcher);
+        } else if (m->getEventId() == kMark) {
+            to = semcount::read(semcount::kDispatcher);
+            marked = true;
+        }
+        return 0;
+    }
+    std::atomic<bool> started{false}, release{false}, marked{false};
+    Counts from, to;
+};
+
+class Receiver : public EventHostThread {
+public:
+    Receiver() : EventHostThread("count-thread") {}
+    ~Receiver() override { Stop(true); }
+    void Run() override {
+        semcount::setRole(semcount::kReceiver);
+        EventMessage m;
+        while (WaitMessage(&m)) {
+            if (m.getEventId() == 9999) {
+                started = true;
+                continue;
+            }
+            if (m.getEventId() == kHold)
+                waitFor(release);
+            seen[received.load()] = semcount::read(semcount::kReceiver);
+            received.fetch_add(1);
+        }
+    }
+    std::atomic<bool> started{false}, release{false};
+    std::atomic<int> received{0};
+    Counts seen[4096];
+};
+
+void line(const char* what, const Counts& c, double units, int minimum) {
+    std::printf("  %-44s %s   minimum %d\n", what, semcount::perUnit(c, units).c_str(), minimum);
+}
+
+void send(EventHandler* events, int target, int eventId) {
+    EventMessage m(target, eventId, "count", nullptr, nullptr, nullptr);
+    events->SendEventMsg(&m);
+}
+
+// Counts the calls of each side and prints them with their minimum.
+void countCalls() {
+    constexpr int kMessages = 2000;
+    constexpr int kWaiting = 20;
+    EventHandler* events = dispatcher();
+    semcount::setRole(semcount::kSender);
+    std::printf("System V semaphore calls per delivered message (semget + semctl + semop):\n");
+
+    // A generic host, first in the active list.
+    {
+        Marker host;
+        join(events, host);
+        send(events, host.getId(), kHold);
+        EventMessage plain(host.getId(), kPlain, "count", nullptr, nullptr, nullptr);
+        const Counts before = semcount::read(semcount::kSender);
+        for (int i = 0; i < kMessages; ++i)
+            events->SendEventMsg(&plain);
+        const Counts sent = semcount::read(semcount::kSender) - before;
+        send(events, host.getId(), kMark);
+        host.release = true;
+        waitFor(host.marked);
+        line("sender, SendEventMsg", sent, kMessages, 5);
+        // From the end of the held delivery to the marker: kMessages + 1
+        // full cycles.
+        line("dispatcher, generic host", host.to - host.from, kMessages + 1, 5);
+        events->UnRegister(&host);
+    }
+
+    // A threaded host, first in the active list, and a generic marker after
+    // it.
+    {
+        Receiver host;
+        join(events, host);
+        Marker marker;
+        join(events, marker);
+        send(events, marker.getId(), kHold);
+        send(events, host.getId(), kHold); // keeps the host busy
+        for (int i = 0; i < kMessages; ++i)
+            send(events, host.getId(), kPlain);
+        send(events, marker.getId(), kMark);
+        marker.release = true;
+        waitFor(marker.marked);
+        host.release = true;
+        for (int i = 0; i < 10000 && host.received.load() < kMessages + 1; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        // The held marker's removal and the marker's walk (two hosts) are
+        // in the dispatcher's figure too; over kMessages + 1 messages they
+        // add (4 + 2) / kMessages.
+        line("dispatcher, threaded host", marker.to - marker.from, kMessages + 1, 8);
+        line("receiver, host busy (message queued)", host.seen[kMessages] - host.seen[1],
+             kMessages - 1, 5);
+        // One message at a time: the host waits at its gate for each.
+        const int first = host.received.load();
+        for (int i = 0; i < kWaiting; ++i) {
+            send(events, host.getId(), kPlain);
+            for (int k = 0; k < 10000 && host.received.load() <= first + i; ++k)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        line("receiver, host waiting at its gate",
+             host.seen[first + kWaiting - 1] - host.seen[first - 1], kWaiting, 6);
+        events->UnRegister(&marker);
+        events->UnRegister(&host);
+    }
+    semcount::setRole(semcount::kOther);
+    std::printf("\n");
+    std::fflush(stdout);
+}
+
+} // namespace counting
 
 // ---- The plain queues: the same message, copied per send, and a receiving
 // thread that finds the target by id ---------------------------------------
@@ -334,10 +548,18 @@ template <class Queue> void latency(benchmark::State& state) {
     report(state, host.stamps.micros);
 }
 
-void BM_Throughput_PocoNotificationQueue(benchmark::State& state) { throughput<PocoQueue>(state); }
-void BM_Throughput_MutexCondvarQueue(benchmark::State& state) { throughput<CondvarQueue>(state); }
-void BM_Latency_PocoNotificationQueue(benchmark::State& state) { latency<PocoQueue>(state); }
-void BM_Latency_MutexCondvarQueue(benchmark::State& state) { latency<CondvarQueue>(state); }
+void BM_Throughput_PocoNotificationQueue(benchmark::State& state) {
+    throughput<PocoQueue>(state);
+}
+void BM_Throughput_MutexCondvarQueue(benchmark::State& state) {
+    throughput<CondvarQueue>(state);
+}
+void BM_Latency_PocoNotificationQueue(benchmark::State& state) {
+    latency<PocoQueue>(state);
+}
+void BM_Latency_MutexCondvarQueue(benchmark::State& state) {
+    latency<CondvarQueue>(state);
+}
 
 } // namespace
 
@@ -346,7 +568,21 @@ BENCHMARK(BM_Throughput_PocoNotificationQueue)->UseRealTime()->MinTime(2.0);
 BENCHMARK(BM_Throughput_MutexCondvarQueue)->UseRealTime()->MinTime(2.0);
 BENCHMARK(BM_Latency_Vemlo_Generic)->UseRealTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Latency_Vemlo_Threaded)->UseRealTime()->Iterations(1)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Latency_PocoNotificationQueue)->UseRealTime()->Iterations(1)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Latency_MutexCondvarQueue)->UseRealTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Latency_PocoNotificationQueue)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Latency_MutexCondvarQueue)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    counting::countCalls();
+    return ratios::main(
+        argc, argv,
+        {{"throughput, generic host: POCO", "BM_Throughput_Vemlo/min_time:2.000/real_time",
+          "BM_Throughput_PocoNotificationQueue/min_time:2.000/real_time", 0},
+         {"throughput, generic host: mutex+condvar", "BM_Throughput_Vemlo/min_time:2.000/real_time",
+          "BM_Throughput_MutexCondvarQueue/min_time:2.000/real_time", 0}});
+}

@@ -5,6 +5,8 @@
 // elements with attributes, deeply nested chains, self-closing elements).
 //
 //===----------------------------------------------------------------------===//
+#include "Ratios.h"
+
 #include <Vemlo/Vemlo.h>
 
 #include <benchmark/benchmark.h>
@@ -12,6 +14,7 @@
 #include <tinyxml2.h>
 
 #include <string>
+#include <vector>
 
 using Vemlo::Common::Xml::XmlDocument;
 
@@ -145,4 +148,18 @@ BENCHMARK(BM_Write_Vemlo)->DenseRange(0, 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Write_TinyXml2)->DenseRange(0, 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Write_Pugixml)->DenseRange(0, 3)->Unit(benchmark::kMicrosecond);
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    std::vector<ratios::Pair> pairs;
+    for (int shape = 0; shape < 4; ++shape) {
+        const std::string arg = "/" + std::to_string(shape);
+        // Loading self-closing elements is held to 5x tinyxml2.
+        pairs.push_back({std::string("LoadXML ") + kShapeNames[shape] + ": tinyxml2",
+                         "BM_Load_Vemlo" + arg, "BM_Load_TinyXml2" + arg, shape == 3 ? 5.0 : 0});
+    }
+    for (int shape = 0; shape < 4; ++shape) {
+        const std::string arg = "/" + std::to_string(shape);
+        pairs.push_back({std::string("write ") + kShapeNames[shape] + ": tinyxml2",
+                         "BM_Write_Vemlo" + arg, "BM_Write_TinyXml2" + arg, 0});
+    }
+    return ratios::main(argc, argv, pairs);
+}

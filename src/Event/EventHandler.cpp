@@ -2,6 +2,7 @@
 #include <Vemlo/Event/EventHandler.h>
 
 #include "Event/Gate.h"
+#include "Event/MessageList.h"
 
 #include <Vemlo/Common/Exception.h>
 #include <Vemlo/Data/Collection/ArrayList.h>
@@ -18,6 +19,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <mutex>
 
 #include <pthread.h>
@@ -33,28 +35,6 @@ using Vemlo::Util::System::CSingleLock;
 
 namespace {
 
-// A mutex that spins briefly before it sleeps. Its holders only make one or
-// two list calls, so a waiter is usually let in within a microsecond or two:
-// sleeping and waking would cost more than the wait.
-class ListLock {
-public:
-    ListLock() {
-        pthread_mutexattr_t attributes;
-        pthread_mutexattr_init(&attributes);
-        pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ADAPTIVE_NP);
-        pthread_mutex_init(&m_mutex, &attributes);
-        pthread_mutexattr_destroy(&attributes);
-    }
-    ~ListLock() { pthread_mutex_destroy(&m_mutex); }
-    ListLock(const ListLock&) = delete;
-    ListLock& operator=(const ListLock&) = delete;
-    void lock() { pthread_mutex_lock(&m_mutex); }
-    void unlock() { pthread_mutex_unlock(&m_mutex); }
-
-private:
-    pthread_mutex_t m_mutex;
-};
-
 using Guard = std::lock_guard<ListLock>;
 
 } // namespace
@@ -63,14 +43,13 @@ using Guard = std::lock_guard<ListLock>;
 // Register, UnRegister, SendEventMsg and the look-ups. A list passes its own
 // section only momentarily (that is how lists behave), so every list call
 // is also made under one of two user-space locks, never held across a
-// handler: `queueLock` for the queue and the greetings, `lock` for the host
-// lists and the delivery bookkeeping. The queue has a lock of its own so
-// that senders never wait for the dispatcher's look-ups.
+// handler: the queue's own (MessageList.h), which also guards the
+// greetings, and `lock` for the host lists and the delivery bookkeeping.
+// The queue has a lock of its own so that senders never wait for the
+// dispatcher's look-ups.
 struct EventHandler::Coordination {
     // Guards the host lists and the fields below it.
     ListLock lock;
-    // Guards the queue and the greetings.
-    ListLock queueLock;
     // Signalled when a delivery ends, for a host being destroyed.
     std::condition_variable_any changed;
     // The host whose OnRecvMessage runs now, or null.
@@ -89,13 +68,18 @@ struct EventHandler::Coordination {
     // Set when Run() has ended and opened every gate it held.
     bool runEnded = false;
     // Start-up events of hosts just caught up, delivered before anything in
-    // the queue (guarded by queueLock), so that each is the first message its
+    // the queue (guarded by the queue's lock), so that each is the first message its
     // host gets, however much traffic is queued ahead.
     std::deque<EventMessage*> greetings;
     std::atomic<int> greetingCount{0};
 };
 
 namespace {
+
+// The queue of message clones.
+MessageList* queueOf(ArrayList* queue) {
+    return static_cast<MessageList*>(queue);
+}
 
 // The dispatcher of the thread that runs a Run(), if any.
 thread_local const EventHandler* t_dispatcher = nullptr;
@@ -179,7 +163,7 @@ int indexOf(ArrayList* list, const EventHost* host) {
 std::atomic<EventHandler*> EventHandler::m_pInstance{nullptr};
 
 EventHandler::EventHandler()
-    : Thread(), m_pLog(nullptr), m_pQueue(new ArrayList(true)), m_pTmpHosts(new ArrayList(false)),
+    : Thread(), m_pLog(nullptr), m_pQueue(new MessageList()), m_pTmpHosts(new ArrayList(false)),
       m_pHosts(new ArrayList(false)), m_pCoordination(new Coordination()) {
     m_pTmpHosts->setDeleteFlag(false);
     m_pHosts->setDeleteFlag(false);
@@ -193,7 +177,7 @@ EventHandler::~EventHandler() {
     Stop(true);
     for (EventMessage* greeting : m_pCoordination->greetings)
         delete greeting;
-    delete m_pQueue;
+    delete queueOf(m_pQueue);
     delete m_pTmpHosts;
     delete m_pHosts;
     delete m_pCoordination;
@@ -353,9 +337,9 @@ int EventHandler::SendEventMsg(EventMessage* message) {
     try {
         if (message == nullptr)
             throw new EventException("Cannot Send Event", 7301);
-        EventMessage* copy = message->Clone();
-        Guard queue(m_pCoordination->queueLock);
-        m_pQueue->Add(copy);
+        std::unique_ptr<EventMessage> copy(message->Clone());
+        queueOf(m_pQueue)->add(copy.get());
+        copy.release();
     } catch (EventException*) {
         throw;
     } catch (Vemlo::Common::Exception* e) {
@@ -438,7 +422,7 @@ int EventHandler::CatchUpMutex() {
             m_pHosts->Add(host);
             c.pendingHosts.fetch_sub(1);
         }
-        Guard queue(c.queueLock);
+        Guard queue(queueOf(m_pQueue)->lock);
         c.greetings.push_back(greeting);
         c.greetingCount.fetch_add(1);
     }
@@ -455,7 +439,7 @@ int EventHandler::FireEvent() {
         const bool greeting = c.greetingCount.load() > 0;
         EventMessage* message;
         if (greeting) {
-            Guard queue(c.queueLock);
+            Guard queue(queueOf(m_pQueue)->lock);
             message = c.greetings.front();
         } else if (next.known) {
             message = next.message;
@@ -463,9 +447,9 @@ int EventHandler::FireEvent() {
             if (message == nullptr && next.empty)
                 return 0;
         } else {
-            Guard queue(c.queueLock);
-            message = static_cast<EventMessage*>(m_pQueue->At(0));
-            if (message == nullptr && m_pQueue->Count() == 0)
+            bool empty;
+            message = queueOf(m_pQueue)->head(empty);
+            if (empty)
                 return 0;
         }
         if (message == nullptr) {
@@ -550,8 +534,10 @@ EventHandler::Outcome EventHandler::deliver(EventMessage* message) {
 }
 
 int EventHandler::getQueuedCount() {
-    Guard queue(m_pCoordination->queueLock);
-    return m_pQueue->Count() + static_cast<int>(m_pCoordination->greetings.size());
+    MessageList* queue = queueOf(m_pQueue);
+    const int queued = queue->count();
+    Guard guard(queue->lock);
+    return queued + static_cast<int>(m_pCoordination->greetings.size());
 }
 
 bool EventHandler::broadcast(EventMessage* message) {
@@ -630,25 +616,20 @@ void EventHandler::deliveryDone(bool endBroadcast) {
 }
 
 void EventHandler::dropHead(EventMessage* head, Head& next) {
-    {
-        // Only this thread removes from the queue, and senders never read
-        // the delete flag: switched off for the removal, the message is
-        // deleted below, after senders may append again.
-        Guard queue(m_pCoordination->queueLock);
-        m_pQueue->setDeleteFlag(false);
-        m_pQueue->RemoveAt(0);
-        m_pQueue->setDeleteFlag(true);
-        next.message = static_cast<EventMessage*>(m_pQueue->At(0));
-        next.empty = next.message == nullptr && m_pQueue->Count() == 0;
-        next.known = true;
-    }
+    // Only this thread removes from the queue, so the head is still `head`.
+    // It is deleted after the queue is let go, so that senders may append
+    // meanwhile.
+    MessageList* queue = queueOf(m_pQueue);
+    queue->pop();
+    next.message = queue->head(next.empty);
+    next.known = true;
     delete head;
 }
 
 void EventHandler::dropGreeting(EventMessage* greeting) {
     Coordination& c = *m_pCoordination;
     {
-        Guard queue(c.queueLock);
+        Guard queue(queueOf(m_pQueue)->lock);
         c.greetings.pop_front();
         c.greetingCount.fetch_sub(1);
     }

@@ -2,13 +2,14 @@
 #include <Vemlo/Event/EventHostThread.h>
 
 #include "Event/Gate.h"
+#include "Event/MessageList.h"
 
 #include <Vemlo/Data/Collection/ArrayList.h>
 #include <Vemlo/Event/EventHandler.h>
 #include <Vemlo/Event/EventMessage.h>
 #include <Vemlo/Log/Logger.h>
 
-#include <mutex>
+#include <memory>
 
 #include <unistd.h>
 
@@ -28,23 +29,10 @@ constexpr int kDelivered = 0;
 constexpr int kHandshakeTries = 100;
 constexpr useconds_t kHandshakeSleep = 10000;
 
-// The queue of message copies. The dispatcher's thread appends while the
-// host's thread reads and removes; the list's own section is passed only
-// momentarily (that is how lists behave), so each list call is also made
-// under this mutex, which stays in user space.
-class HostQueue : public ArrayList {
-public:
-    HostQueue() : ArrayList(true) {}
-    std::mutex lock;
-};
-
-HostQueue* queueOf(ArrayList* list) {
-    return static_cast<HostQueue*>(list);
-}
-
-int queued(HostQueue* queue) {
-    std::lock_guard<std::mutex> guard(queue->lock);
-    return queue->Count();
+// The queue of message copies: the dispatcher's thread appends while the
+// host's thread reads and removes (MessageList.h).
+MessageList* queueOf(ArrayList* list) {
+    return static_cast<MessageList*>(list);
 }
 
 } // namespace
@@ -55,7 +43,7 @@ EventHostThread::EventHostThread(const char* name)
     gateName.Format("EventHostThread_Mutex::%s::%d", getName(), getId());
     m_pMutex = new Mutex(gateName.c_str());
     m_pLog = Vemlo::Log::Logger::getLogger()->getLog("[Vemlo]");
-    m_pQueue = new HostQueue();
+    m_pQueue = new MessageList();
     m_nWaitStatus.store(kAboutToWait);
 }
 
@@ -76,12 +64,9 @@ int EventHostThread::OnRecvMessage(EventMessage* message) {
     // A no-op when the thread runs already: a threaded host starts with its
     // first message.
     Start();
-    EventMessage* copy = message->Clone();
-    {
-        HostQueue* queue = queueOf(m_pQueue);
-        std::lock_guard<std::mutex> guard(queue->lock);
-        queue->Add(copy);
-    }
+    std::unique_ptr<EventMessage> copy(message->Clone());
+    queueOf(m_pQueue)->add(copy.get());
+    copy.release();
     // Only a host that waits is told; a busy one finds the copy when it comes
     // back to WaitMessage.
     int waiting = kAboutToWait;
@@ -99,14 +84,15 @@ int EventHostThread::OnRecvMessage(EventMessage* message) {
 bool EventHostThread::WaitMessage(EventMessage* out) {
     if (out == nullptr)
         return false;
-    HostQueue* queue = queueOf(m_pQueue);
-    while (queued(queue) == 0) {
+    MessageList* queue = queueOf(m_pQueue);
+    while (queue->count() == 0) {
         m_nWaitStatus.store(kAboutToWait);
         // A copy queued between the look above and the status store was
         // delivered while this thread still counted as busy: the dispatcher
         // did not wait for it at the gate, and would close the gate on it.
-        // Looking again after the store closes that gap.
-        if (queued(queue) != 0) {
+        // Looking again after the store closes that gap; the look needs no
+        // list call of its own.
+        if (queue->hasItems()) {
             m_nWaitStatus.store(kPassed);
             break;
         }
@@ -117,20 +103,17 @@ bool EventHostThread::WaitMessage(EventMessage* out) {
         }
         m_pMutex->Unlock();
         m_nWaitStatus.store(kPassed);
-        if (queued(queue) != 0)
+        if (queue->count() != 0)
             break;
         if (isStopRequested())
             return false;
         usleep(kHandshakeSleep);
-        if (queued(queue) != 0)
+        if (queue->count() != 0)
             break;
     }
 
-    EventMessage* next;
-    {
-        std::lock_guard<std::mutex> guard(queue->lock);
-        next = static_cast<EventMessage*>(queue->At(0));
-    }
+    bool empty;
+    EventMessage* next = queue->head(empty);
     if (next == nullptr)
         return false;
     // Busy from here on. A message can be taken without passing the gate
@@ -140,13 +123,12 @@ bool EventHostThread::WaitMessage(EventMessage* out) {
     m_nWaitStatus.store(kPassed);
     // Only this thread removes, so the head is still `next`.
     next->Copy(out);
-    std::lock_guard<std::mutex> guard(queue->lock);
-    queue->RemoveAt(0); // deletes the copy
+    delete queue->pop(); // the copy, deleted outside the queue's lock
     return true;
 }
 
 int EventHostThread::getQueuedCount() {
-    return queued(queueOf(m_pQueue));
+    return queueOf(m_pQueue)->count();
 }
 
 } // namespace Event

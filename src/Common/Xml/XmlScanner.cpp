@@ -13,7 +13,9 @@ namespace Xml {
 namespace {
 
 // The four blanks String's trims remove.
-inline bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+inline bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 // Texts below this size are searched directly; an index does not pay.
 constexpr long kIndexFrom = 8192;
@@ -39,7 +41,8 @@ long directFind(const char* data, std::string_view pattern, long from, long limi
     const char* at = data + from;
     const char* const last = data + limit - m; // the last place a match can start
     while (at <= last) {
-        at = static_cast<const char*>(std::memchr(at, pattern[0], static_cast<size_t>(last - at) + 1));
+        at = static_cast<const char*>(
+            std::memchr(at, pattern[0], static_cast<size_t>(last - at) + 1));
         if (!at)
             return -1;
         if (std::memcmp(at + 1, pattern.data() + 1, m - 1) == 0)
@@ -47,6 +50,17 @@ long directFind(const char* data, std::string_view pattern, long from, long limi
         ++at;
     }
     return -1;
+}
+
+// The length and the first three characters of a pattern of up to three
+// characters, as one number (never 0); 0 for a longer one.
+inline uint32_t shortKey(std::string_view p) {
+    if (p.empty() || p.size() > 3)
+        return 0;
+    uint32_t key = static_cast<uint32_t>(p.size());
+    for (size_t i = 0; i < p.size(); ++i)
+        key |= static_cast<uint32_t>(static_cast<unsigned char>(p[i])) << (8 * (i + 1));
+    return key;
 }
 
 bool isIndexableEndTag(std::string_view p) {
@@ -126,10 +140,12 @@ std::string XmlScanner::View::str(long from, long to) const {
     return std::string(scanner->m_data + off + from, static_cast<size_t>(to - from));
 }
 
-std::string XmlScanner::endTagFor(const std::string& name) {
-    std::string tag;
-    tag.reserve(name.size() + 3);
-    tag.append("</").append(name).append(">");
+std::string XmlScanner::endTagFor(std::string_view name) {
+    // Built in one piece: this runs twice for every element.
+    std::string tag(name.size() + 3, '>');
+    tag[0] = '<';
+    tag[1] = '/';
+    std::memcpy(&tag[2], name.data(), name.size());
     if (tag.size() > kFormatLimit)
         tag.resize(kFormatLimit);
     return tag;
@@ -187,9 +203,13 @@ long XmlScanner::seek(Occurrences& index, long from) {
 }
 
 XmlScanner::Occurrences& XmlScanner::occurrences(std::string_view pattern) {
-    // A handful of fixed strings are searched: a short list beats hashing.
+    // A handful of fixed strings are searched, several times for every
+    // element: a short list beats hashing, and the short strings (all of
+    // them but the end tags, which have their own index) are told apart by
+    // one number instead of a string comparison.
+    const uint32_t key = shortKey(pattern);
     for (auto& known : m_occurrences)
-        if (known.pattern == pattern)
+        if (key != 0 ? known.key == key : known.pattern == pattern)
             return known;
     std::vector<uint32_t> positions;
     for (long at = directFind(m_data, pattern, 0, m_size); at >= 0;
@@ -197,7 +217,7 @@ XmlScanner::Occurrences& XmlScanner::occurrences(std::string_view pattern) {
                   ? directFind(m_data, pattern, at + 1, m_size)
                   : -1)
         positions.push_back(static_cast<uint32_t>(at));
-    m_occurrences.push_back(Occurrences{std::string(pattern), std::move(positions), 0});
+    m_occurrences.push_back(Occurrences{std::string(pattern), key, std::move(positions), 0});
     return m_occurrences.back();
 }
 
@@ -279,7 +299,8 @@ int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pe
     // before it, the content runs to the end of the text, as a substring with
     // a negative length always has.
     const long contentStart = v.find(">", 0) + 1;
-    const long contentLen = contentEnd >= contentStart ? contentEnd - contentStart : len - contentStart;
+    const long contentLen =
+        contentEnd >= contentStart ? contentEnd - contentStart : len - contentStart;
     const View content = view(off + contentStart, contentLen);
 
     for (long p = 0;;) {
@@ -298,7 +319,8 @@ int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pe
                 break;
             childNameEnd = cgt;
         }
-        const std::string childTag = endTagFor(content.str(lt + 1, childNameEnd));
+        const std::string childTag = endTagFor(std::string_view(
+            m_data + content.off + lt + 1, static_cast<size_t>(childNameEnd - (lt + 1))));
         long childEnd = content.find(childTag, lt);
         if (childEnd >= 0) {
             childEnd += static_cast<long>(childTag.size());

@@ -62,7 +62,7 @@ public:
 
     // "</name>", as the library has always formatted it (cut at 2047
     // characters, the ceiling of String::Format).
-    static std::string endTagFor(const std::string& name);
+    static std::string endTagFor(std::string_view name);
 
     // `len`, shortened to stop before the first zero byte from `off`.
     long cutAtNul(long off, long len) const;
@@ -78,6 +78,8 @@ private:
     // last search ended at, since searches mostly move forward.
     struct Occurrences {
         std::string pattern;
+        uint32_t key = 0; // a short pattern as a number, 0 for a longer one
+
         std::vector<uint32_t> positions;
         size_t hint;
     };

@@ -10,7 +10,9 @@ namespace Collection {
 
 namespace {
 
-inline const char* orEmpty(const char* s) { return s ? s : ""; }
+inline const char* orEmpty(const char* s) {
+    return s ? s : "";
+}
 
 // The key's element, found in the map's `slot`, gets the value in place (an
 // Object* value replaced that way stays the caller's); a new key gets a new
@@ -30,7 +32,11 @@ void setOrAppend(ArrayList& list, HashElement*& slot, const char* key, Value val
 
 HashTable::HashTable() : ArrayList(true, true) {}
 
-HashTable::~HashTable() { ClearAll(); }
+// The list's own destructor deletes the elements front to back (when the
+// delete flag is set) and empties the list, as ClearAll would; letting it do
+// so alone passes the list's section once instead of twice. The map holds
+// only pointers and goes first.
+HashTable::~HashTable() = default;
 
 void HashTable::AddObj(const char* key, Object* value) {
     setOrAppend(*this, m_map[orEmpty(key)], key, value);
@@ -70,7 +76,9 @@ int HashTable::getPosition(const char* key) {
     return -1;
 }
 
-int HashTable::getCount() { return Count(); }
+int HashTable::getCount() {
+    return Count();
+}
 
 const char* HashTable::getKey(int index) {
     HashElement* element = dynamic_cast<HashElement*>(At(index));
