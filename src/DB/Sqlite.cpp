@@ -123,6 +123,13 @@ int queryInto(sqlite3* database, const char* sql, long pauseMicros, Table*& tabl
     return SQLITE_OK;
 }
 
+// A read-write connection syncs the database's folder after the rollback
+// journal is deleted: that deletion is what commits a transaction, and
+// without the sync a power cut right after a commit can take it back.
+void keepCommitsThroughPowerCuts(sqlite3* database) {
+    sqlite3_exec(database, "PRAGMA synchronous=EXTRA", nullptr, nullptr, nullptr);
+}
+
 } // namespace
 
 Sqlite::Sqlite()
@@ -143,6 +150,8 @@ int Sqlite::Open(const char* file, int mode) {
                              ? sqlite3_open(file, &database)
                              : sqlite3_open_v2(file, &database, SQLITE_OPEN_READONLY, nullptr);
         if (code == SQLITE_OK) {
+            if (mode == kReadWrite)
+                keepCommitsThroughPowerCuts(database);
             if (m_pDatabase)
                 sqlite3_close(m_pDatabase);
             m_pDatabase = database;
@@ -283,8 +292,10 @@ int Sqlite::Close(sqlite3* database) {
 
 int Sqlite::Open(const char* file, sqlite3** database) {
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
-        if (sqlite3_open(file, database) == SQLITE_OK)
+        if (sqlite3_open(file, database) == SQLITE_OK) {
+            keepCommitsThroughPowerCuts(*database);
             return 1;
+        }
         sqlite3_close(*database);
         *database = nullptr;
     }

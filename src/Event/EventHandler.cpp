@@ -91,8 +91,13 @@ constexpr useconds_t kPass = 1000; // 1 ms between passes
 
 // While FireEvent keeps finding messages it does not return, and a pass's
 // catch-up would wait until the queue runs dry. Under traffic that never
-// lets it, pending hosts are caught up from within FireEvent this often.
+// lets it, pending hosts are caught up from within FireEvent once this long
+// has passed and this many messages have been dealt with since the last
+// catch-up. The count keeps a short burst (a handler that registers a host
+// and then addresses it) the same on a slow device as on a fast one: the
+// host is still pending for the messages right behind.
 constexpr std::chrono::milliseconds kCatchUpUnderLoad(10);
+constexpr int kCatchUpAfterMessages = 16;
 
 // Where a host was found in a list.
 enum class Found { No, Yes, NullEntry };
@@ -432,6 +437,7 @@ int EventHandler::CatchUpMutex() {
 int EventHandler::FireEvent() {
     Coordination& c = *m_pCoordination;
     auto caughtUp = std::chrono::steady_clock::now();
+    int sinceCaughtUp = 0;
     // The next head, read by dropHead while it had the queue anyway.
     Head next;
     for (;;) {
@@ -483,10 +489,11 @@ int EventHandler::FireEvent() {
             dropHead(message, next);
         if (outcome == Outcome::DroppedEndsPass)
             return 0;
-        if (c.pendingHosts.load() > 0 &&
+        if (++sinceCaughtUp >= kCatchUpAfterMessages && c.pendingHosts.load() > 0 &&
             std::chrono::steady_clock::now() - caughtUp >= kCatchUpUnderLoad) {
             catchUpSafely();
             caughtUp = std::chrono::steady_clock::now();
+            sinceCaughtUp = 0;
         }
     }
 }

@@ -52,7 +52,7 @@ class EventMessage;
 ///
 /// Delivery promises:
 ///  - A new host is pending until the next pass (under traffic that keeps
-///    the queue busy, at most about 10 ms), which locks its gate (a threaded
+///    the queue busy, every 10 ms and 16 messages), which locks its gate (a threaded
 ///    host), makes it active and gives it the start-up event (event id 9999,
 ///    text "initialize event") before anything else is delivered, so that is
 ///    always the first message it gets. A message to a host that is still
@@ -132,7 +132,8 @@ public:
     /// CatchUpMutex makes the pending hosts active, FireEvent delivers every
     /// queued message. Both return 0. Call them only from the dispatcher's
     /// own thread. Under traffic that keeps the queue from running dry,
-    /// FireEvent catches pending hosts up itself every 10 ms, so that new
+    /// FireEvent catches pending hosts up itself (once 10 ms have passed and
+    /// 16 messages have been dealt with since the last catch-up), so that new
     /// hosts do not wait for a quiet moment.
     int CatchUpMutex();
     int FireEvent();
