@@ -15,8 +15,8 @@
 #            commit; the guest is killed at a random instant and booted again
 #            on the same disk, which must hold the old or the new files and
 #            every row reported; VEMLO_POWER_CUTS times (default 20)
-# VEMLO_SYSTEM_PHASES picks phases ("suite powercut"; suite includes the time
-# phases). Ends with "system lane: N passed, M failed" (or "system lane:
+# VEMLO_SYSTEM_PHASES picks phases: "suite powercut" (the default; suite
+# includes y2038 and y2039), or "time" for y2038 and y2039 alone. Ends with "system lane: N passed, M failed" (or "system lane:
 # SKIPPED (reason)" when a package cannot be had). Every guest runs under a
 # time limit and is killed at its end.
 set -uo pipefail
@@ -81,6 +81,8 @@ make_root() {
     done
     arm-linux-gnueabihf-strip "$dir$probe" "$dir$(readlink -f "$arm/libVemlo.so")"
     ln -s "$probe" "$dir/bin/ipcmk"
+    mkdir -p "$dir/usr/bin"
+    ln -sf /bin/busybox "$dir/usr/bin/sh" # the path CMake found sh at on the host
     echo "$probe" > "$dir/vemlo/probe"
 }
 
@@ -120,22 +122,46 @@ count() {
 }
 
 # ---- suite and time phases --------------------------------------------------
-if [[ " $phases " == *" suite "* ]]; then
+if [[ " $phases " == *" suite "* || " $phases " == *" time "* ]]; then
+    [[ " $phases " == *" suite "* ]] && whole=1 || whole=0
     suite_root=$out/root-suite
     make_root "$suite_root" full
     # The test list from CTest, in the guest's shell: one "t" line a test,
     # emulator prefix dropped, programs and their data copied in at the same
     # paths, tests that need the host's tools turned into "skip" lines.
     if ! (cd "$arm" && ctest --show-only=json-v1) > "$out/tests.json" ||
-        ! python3 - "$out/tests.json" "$suite_root" "$root" << 'EOF'; then
+        ! python3 - "$out/tests.json" "$suite_root" "$root" "$whole" << 'EOF'; then
 import json, os, shlex, shutil, subprocess, sys
 
 tests = json.load(open(sys.argv[1]))["tests"]
-guest, source = sys.argv[2], sys.argv[3]
+guest, source, whole = sys.argv[2], sys.argv[3], sys.argv[4] == "1"
 # The programs whose cases depend on the clock, for the y2038/y2039 phases.
 TIMED = {"CTimeTest", "FileLogTest", "LoggerTest", "ThreadTest", "ThreadMemoryRemoverTest",
          "EventHandlerTest", "EventHostThreadTest", "StateMachineTest", "SqliteTest",
          "PlaneTextPropertyTest", "XmlPropertyTest", "FilePropertyTest", "ConfigurationManagerTest"}
+# What fails past 2038 because Debian 12's armhf userland keeps 32-bit time
+# (its stat() of a file or /proc entry dated after 2038 fails with EOVERFLOW),
+# not because of the library: skipped in the y2038/y2039 phases.
+USERLAND_32BIT = {
+    "SqliteTest": "Debian 12's armhf libsqlite3 has 32-bit time: a database written after 2038 "
+                  "gives 'disk I/O error'",
+    "ThreadMemoryRemoverTest": "busybox ps (32-bit time) lists no process started after 2038, so "
+                               "framework channel names lose their '(process)' part",
+    "FileLogTest.FrameworkChannelsCarryTheProcessNameFromPs": "busybox ps (32-bit time) lists no "
+                                                              "process started after 2038",
+    "PlaneTextPropertyTest.UpdateRewritesInTableOrderAndDropsUnloadableEntries":
+        "busybox mv (32-bit time) cannot stat a file written after 2038, so 'mv -f' fails",
+}
+# Load tests sized for native speed: under full-system emulation they need
+# minutes (80000 syslog() calls; 100000 events), past their own deadlines.
+# The other lanes run them.
+NATIVE_SPEED = {
+    "FileLogTest.EightWritersLoseNoLine": "80000 syslog() calls take minutes under full-system "
+                                          "emulation, past the case's own limit (the other lanes run it)",
+    "EventHandlerLoadTest.EveryMessageToAnActiveHostArrivesOnceAndInOrder":
+        "100000 events take minutes under full-system emulation, past the case's own deadline "
+        "(the other lanes run it)",
+}
 HOST_ONLY = {"install": "builds with CMake and the cross compiler, which the guest lacks "
                         "(the arm lane runs it)"}
 
@@ -157,9 +183,12 @@ for test in sorted(tests, key=lambda t: {"ipc.baseline": 0, "ipc.nothing_left": 
     props = {p["name"]: p["value"] for p in test.get("properties", [])}
     command = list(test["command"])
     labels = props.get("LABELS", [])
-    reason = next((HOST_ONLY[l] for l in labels if l in HOST_ONLY), None)
+    reason = next((HOST_ONLY[l] for l in labels if l in HOST_ONLY), NATIVE_SPEED.get(name))
     if reason:
-        suite.append("skip %s %s" % (shlex.quote(name), shlex.quote(reason)))
+        if whole:
+            suite.append("skip %s %s" % (shlex.quote(name), shlex.quote(reason)))
+        if name.split(".")[0] in TIMED:
+            timed.append("skip %s %s" % (shlex.quote(name), shlex.quote(reason)))
         continue
     # Drop the user-mode emulator: "qemu-arm -L DIR -E VAR=VALUE program..."
     # in front, or the arguments that pass it to a driver script.
@@ -187,9 +216,11 @@ for test in sorted(tests, key=lambda t: {"ipc.baseline": 0, "ipc.nothing_left": 
     line = "t %s %d %s %s %s" % (shlex.quote(name), int(props.get("TIMEOUT", 1500)),
                                   "syslog" if "syslog" in locks else "-", shlex.quote(workdir),
                                   " ".join(shlex.quote(a) for a in env + command))
-    suite.append(line)
+    if whole:
+        suite.append(line)
     if name.split(".")[0] in TIMED:
-        timed.append(line)
+        why = USERLAND_32BIT.get(name, USERLAND_32BIT.get(name.split(".")[0]))
+        timed.append("skip %s %s" % (shlex.quote(name), shlex.quote(why)) if why else line)
 with open(guest + "/vemlo/suite.sh", "w") as f:
     f.write("\n".join(suite) + "\n")
 with open(guest + "/vemlo/time.sh", "w") as f:
@@ -278,7 +309,7 @@ if [[ " $phases " == *" powercut "* ]]; then
                 kill -0 "$guest" 2> /dev/null || break
                 sleep 0.1
             done
-            sleep "$(printf '%d.%03d' $((RANDOM % 3)) $((RANDOM % 1000)))"
+            sleep "$(printf '%d.%03d' $((RANDOM % 2)) $((RANDOM % 1000)))"
             pull_plug
         else
             boot "$out/small.cpio.gz" "$log" 120 "vemlo.mode=check vemlo.rows=$rows" \
