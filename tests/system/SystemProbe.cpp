@@ -2,8 +2,9 @@
 //
 // Runs inside the ARM guest of scripts/system-lane.sh; always built with
 // 64-bit time, so it is the reference the library's clock is checked against.
-//   ipcmk -S 1                 (called by that name) creates one semaphore set,
-//                              as util-linux's ipcmk does (busybox has none)
+//   ipcmk -S 1, ipcrm -s ID    (called by those names) create and remove one
+//                              semaphore set, as util-linux's do (busybox has
+//                              neither)
 //   settime SECONDS            sets the real-time clock
 //   ctime COUNT                COUNT snapshots of CTime, one a second, each
 //                              checked against the clock read with gmtime_r
@@ -202,6 +203,9 @@ int powercut(const std::string& dir, long long reportedRows, bool write) {
 
 int main(int argc, char** argv) {
     const char* name = std::strrchr(argv[0], '/');
+    if (std::strcmp(name ? name + 1 : argv[0], "ipcrm") == 0 && argc == 3 &&
+        std::strcmp(argv[1], "-s") == 0)
+        return semctl(std::atoi(argv[2]), 0, IPC_RMID) == 0 ? 0 : 1;
     if (std::strcmp(name ? name + 1 : argv[0], "ipcmk") == 0) {
         const int id = semget(IPC_PRIVATE, 1, 0600 | IPC_CREAT);
         std::printf("Semaphore id: %d\n", id);
