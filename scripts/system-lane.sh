@@ -291,6 +291,7 @@ if [[ " $phases " == *" powercut "* ]]; then
         if [ "$r" -ne "$rows" ] || [ "$integrity" != ok ]; then
             echo "power cut $cut: $r of the $rows rows reported committed are there (integrity: $integrity)"
             lost_rows=$((lost_rows + 1))
+            rows=$r # each loss counted once
         fi
         # A newer file or row than reported (written, then cut before the
         # report) is the new value: the check goes on from there.
