@@ -184,6 +184,8 @@ def copy_in(path):
 suite, timed = [], []
 for test in sorted(tests, key=lambda t: {"ipc.baseline": 0, "ipc.nothing_left": 2}.get(t["name"], 1)):
     name = test["name"]
+    if "command" not in test:  # a program not built
+        continue
     props = {p["name"]: p["value"] for p in test.get("properties", [])}
     command = list(test["command"])
     labels = props.get("LABELS", [])
