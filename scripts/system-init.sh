@@ -74,8 +74,10 @@ suite)
     phase=suite
     start_syslogd
     . /vemlo/suite.sh
-    check syslogd-got-the-library-lines grep -q 'Vemlo' /var/log/messages
-    echo "@@VEMLO NOTE syslogd wrote $(grep -c . /var/log/messages) lines"
+    if [ -s /vemlo/suite.sh ]; then
+        check syslogd-got-the-library-lines grep -q 'Vemlo' /var/log/messages
+        echo "@@VEMLO NOTE syslogd wrote $(grep -c . /var/log/messages) lines"
+    fi
     stop_syslogd
     # Past 2038: the clock 10 s before 2038-01-19 03:14:07 UTC, then a year on.
     for phase in y2038 y2039; do
