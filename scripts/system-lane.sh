@@ -314,7 +314,7 @@ if [[ " $phases " == *" powercut "* ]]; then
                 -drive "file=$disk,format=raw,if=none,id=d0" -device virtio-blk-device,drive=d0
             # Pull the plug at a random instant once the writer is writing.
             for ((w = 0; w < 600; w++)); do
-                grep -aq '^WRITING' "$log" && break
+                grep -aqs '^WRITING' "$log" && break
                 kill -0 "$guest" 2> /dev/null || break
                 sleep 0.1
             done
