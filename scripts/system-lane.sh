@@ -274,7 +274,11 @@ if [[ " $phases " == *" powercut "* ]]; then
     judge() {
         local log=$1 state c t r integrity
         state=$(grep -a -m1 '^STATE ' "$log" | tr -d '\r')
-        if [ -z "$state" ]; then
+        if [ -z "$state" ] && ! grep -aq '^@@VEMLO BOOTED' "$log"; then
+            echo "power cut $cut: the guest did not come up (see $log)"
+            failed=$((failed + 1))
+            return
+        elif [ -z "$state" ]; then
             echo "power cut $cut: no state after boot (see $log)"
             lost_config=$((lost_config + 1))
             return
