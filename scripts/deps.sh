@@ -50,6 +50,14 @@ VEMLO_BENCH_PACKAGES=(libbenchmark-dev libtinyxml2-dev libpugixml-dev libssl-dev
 VEMLO_COVERAGE_PACKAGES=(gcovr)
 # The ARM lane: cross compiler and user-mode emulator.
 VEMLO_ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
+# The system lane: the full-system emulator, mkfs.ext4 for its disk image and
+# cpio for its initramfs; then what the guest runs (armhf, unpacked, with
+# Debian's kernel, the package linux-image-armmp depends on): the runtime of
+# the test programs, busybox, and Python for the tests' peers and drivers.
+VEMLO_SYSTEM_PACKAGES=(qemu-system-arm e2fsprogs cpio)
+VEMLO_SYSTEM_ARMHF_PACKAGES=(libc6 libstdc++6 libgcc-s1 libsqlite3-0 busybox-static
+    python3-minimal python3.11-minimal libpython3.11-minimal libpython3.11-stdlib
+    libexpat1 zlib1g libssl3 libbz2-1.0 libcrypt1 libffi8 liblzma5 libuuid1)
 # armhf libraries that the library links on the target, unpacked into the
 # lane's sysroot.
 VEMLO_ARMHF_LIBRARIES=(libsqlite3-0 libsqlite3-dev)
@@ -57,10 +65,18 @@ VEMLO_ARMHF_LIBRARIES=(libsqlite3-0 libsqlite3-dev)
 # vemlo_armhf_sysroot DIR: fetches VEMLO_ARMHF_LIBRARIES with apt-get download
 # and unpacks them with dpkg -x into DIR. Fails when they cannot be had.
 vemlo_armhf_sysroot() {
+    vemlo_armhf_unpack "$1" "${VEMLO_ARMHF_LIBRARIES[@]}"
+}
+
+# vemlo_armhf_unpack DIR PKG...: fetches the armhf packages PKG... with
+# apt-get download and unpacks them with dpkg -x into DIR (kept, and not
+# fetched again, while the list is the same). Fails when they cannot be had.
+vemlo_armhf_unpack() {
     local dir=$1
+    shift
     mkdir -p "$dir"
-    [ ${#VEMLO_ARMHF_LIBRARIES[@]} -eq 0 ] && return 0
-    if [ -f "$dir/.complete" ] && [ "$(cat "$dir/.complete")" = "${VEMLO_ARMHF_LIBRARIES[*]}" ]; then
+    [ $# -eq 0 ] && return 0
+    if [ -f "$dir/.complete" ] && [ "$(cat "$dir/.complete")" = "$*" ]; then
         return 0
     fi
     if ! dpkg --print-foreign-architectures | grep -qx armhf; then
@@ -70,7 +86,7 @@ vemlo_armhf_sysroot() {
     debs=$(mktemp -d)
     local pkgs=()
     local p
-    for p in "${VEMLO_ARMHF_LIBRARIES[@]}"; do pkgs+=("$p:armhf"); done
+    for p in "$@"; do pkgs+=("$p:armhf"); done
     if ! (cd "$debs" && apt-get download "${pkgs[@]}" > /dev/null 2>&1); then
         vemlo_sudo apt-get update -qq > /dev/null 2>&1
         (cd "$debs" && apt-get download "${pkgs[@]}" > /dev/null 2>&1) || { rm -rf "$debs"; return 1; }
@@ -78,5 +94,5 @@ vemlo_armhf_sysroot() {
     local deb
     for deb in "$debs"/*.deb; do dpkg -x "$deb" "$dir" || { rm -rf "$debs"; return 1; }; done
     rm -rf "$debs"
-    echo "${VEMLO_ARMHF_LIBRARIES[*]}" > "$dir/.complete"
+    echo "$*" > "$dir/.complete"
 }

@@ -10,16 +10,19 @@
 #   arm     : cross build for arm-linux-gnueabihf with the devices' string ABI
 #             (VEMLO_LEGACY_STRING_ABI), run under qemu-arm; the armhf packages;
 #             then the footprint report (stripped library at most 600 KB)
+#   system  : the arm build's tests on Debian's 32-bit ARM kernel in
+#             qemu-system-arm, with the clock past 2038 and through power cuts
+#             (scripts/system-lane.sh)
 #   coverage: GCC with --coverage, the suite, then gcovr over src/: prints
 #             "coverage: lines L%, functions F%, branches B%" and fails below
 #             the floor in scripts/coverage-floor.txt
-# VEMLO_LANES="host fuzz tsan arm coverage" picks lanes; VEMLO_JOBS sets the
-# parallelism.
+# VEMLO_LANES="host fuzz tsan arm system coverage" picks lanes; VEMLO_JOBS sets
+# the parallelism.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/scripts/deps.sh"
 jobs=${VEMLO_JOBS:-$(nproc)}
-lanes=${VEMLO_LANES:-host fuzz tsan arm coverage}
+lanes=${VEMLO_LANES:-host fuzz tsan arm system coverage}
 out=$root/build
 total_passed=0
 total_failed=0
@@ -119,6 +122,27 @@ for lane in $lanes; do
             echo "=== arm lane: footprint"
             if ! bash "$root/scripts/footprint.sh" "$out/arm"; then
                 echo "arm lane: footprint over its limit or not measured"
+                total_failed=$((total_failed + 1))
+            fi
+        fi
+        ;;
+    system)
+        # The arm lane's build (made here when that lane has not run) on a
+        # 32-bit ARM kernel in qemu-system-arm: scripts/system-lane.sh.
+        if ! vemlo_need_packages "${VEMLO_ARM_PACKAGES[@]}" || ! vemlo_armhf_sysroot "$out/arm-sysroot"; then
+            echo "system lane: SKIPPED (no cross toolchain or armhf libraries ${VEMLO_ARMHF_LIBRARIES[*]})"
+            continue
+        fi
+        if build_lane system "$out/arm" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+            -DCMAKE_TOOLCHAIN_FILE="$root/cmake/arm-linux-gnueabihf.cmake" \
+            -DVEMLO_ARM_SYSROOT="$out/arm-sysroot" -DVEMLO_LEGACY_STRING_ABI=ON; then
+            bash "$root/scripts/system-lane.sh" "$out/arm" "$out/system" 2>&1 | tee "$out/system.log"
+            line=$(grep -E '^system lane: [0-9]+ passed, [0-9]+ failed' "$out/system.log" | tail -n 1)
+            if [ -n "$line" ]; then
+                total_passed=$((total_passed + $(echo "$line" | sed -E 's/.*: ([0-9]+) passed.*/\1/')))
+                total_failed=$((total_failed + $(echo "$line" | sed -E 's/.* ([0-9]+) failed.*/\1/')))
+            elif ! grep -q '^system lane: SKIPPED' "$out/system.log"; then
+                echo "system lane: no summary"
                 total_failed=$((total_failed + 1))
             fi
         fi
