@@ -153,8 +153,11 @@ USERLAND_32BIT = {
                                "framework channel names lose their '(process)' part",
     "FileLogTest.FrameworkChannelsCarryTheProcessNameFromPs": "busybox ps (32-bit time) lists no "
                                                               "process started after 2038",
-    "PlaneTextPropertyTest.UpdateRewritesInTableOrderAndDropsUnloadableEntries":
+    "PlaneTextPropertyTest.UpdateRewritesEveryEntryInTableOrder":
         "busybox mv (32-bit time) cannot stat a file written after 2038, so 'mv -f' fails",
+    "FilePropertyTest.UpdateReplacesTheFileBehindALinkAndKeepsItsMode":
+        "busybox mv (32-bit time) cannot stat a file written after 2038, so the plain-text "
+        "format's 'mv -f' fails",
 }
 # Load tests sized for native speed: under full-system emulation they need
 # minutes (80000 syslog() calls; 100000 events), past their own deadlines.
