@@ -646,8 +646,9 @@ int main(int argc, char** argv) {
                 firstAt = elapsed;
             }
             last = now;
+            const long minutes = measured / 60;
             measured = elapsed - firstAt;
-            if (measured > 0 && measured % 60 == 0)
+            if (measured / 60 > minutes)
                 std::fprintf(
                     stderr,
                     "soak: at %ld s: rss %ld KiB, fds %ld, threads %ld, semaphore sets %ld, "
