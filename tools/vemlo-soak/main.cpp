@@ -14,9 +14,14 @@
 // Once a second the load is paused at a quiet point (every load thread
 // between two steps, the hosts' queues empty, the workers ended) and the
 // process is sampled: resident memory, open descriptors, threads, and the
-// System V semaphore sets and segments it created itself (other programs'
-// are left out, so other tests may run beside it). After the warm-up
-// (default 10 s) it runs for --seconds (default 60), then prints one line
+// System V semaphore sets and segments it holds. Resident memory is the
+// process's own pages (RssAnon + RssShmem; the libraries' file-backed pages,
+// which the kernel drops and reloads as it likes, are left out), compared as
+// the least of five samples. It runs in an IPC namespace of its own when it
+// may (as root), otherwise it counts the sets whose semaphore it last used
+// and the segments it created: other programs' are left out either way, so
+// other tests may run beside it. After the warm-up (default 10 s) it runs
+// for --seconds (default 60), then prints one line
 //
 //   soak: <seconds> s, rss +<KiB> KiB, fds +<n>, threads +<n>, semaphore sets +<n>, segments +<n>
 //
@@ -24,9 +29,11 @@
 // descriptors, threads, sets and segments grew, resident memory grew by at
 // most --max-rss-kib (default 1024) and no operation failed; 1 otherwise; 2
 // when it could not start. SIGINT or SIGTERM end the run early (with the
-// line). A progress line goes to standard error every minute.
+// line). A progress line goes to standard error every minute, with the heap
+// in use beside resident memory.
 #include <Vemlo/Vemlo.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -35,6 +42,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -44,9 +52,11 @@
 #include <vector>
 
 #include <dirent.h>
+#include <malloc.h>
 #include <fcntl.h>
 #include <ftw.h>
 #include <poll.h>
+#include <sched.h>
 #include <spawn.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -88,6 +98,7 @@ server.serve_forever()
 )";
 
 std::atomic<bool> g_interrupted{false};
+bool g_ownIpc = false;           // runs in an IPC namespace of its own
 std::atomic<long> g_failures{0}; // operations that gave a wrong result
 Vemlo::Log::FileLog* g_log = nullptr;
 
@@ -99,7 +110,12 @@ void failed(const char* what) {
 // ---- sampling --------------------------------------------------------------
 
 struct Sample {
-    long rss = 0; // KiB
+    // Resident memory of the process's own (anonymous and shared) pages, in
+    // KiB. The libraries' file-backed pages are left out: the kernel pages
+    // them in and out as it likes (they go under memory pressure and come
+    // back when a rare path runs), and they cannot grow past the files' size.
+    long rss = 0;
+    long vmRss = 0; // all resident memory, file-backed pages included
     long fds = 0, threads = 0, sets = 0, segments = 0;
 };
 
@@ -123,12 +139,25 @@ std::vector<std::vector<std::string>> sysvipcRows(const char* table) {
     return rows;
 }
 
+// Bytes the allocator has handed out and not got back, in KiB (-1 where
+// the C library cannot tell): apart from resident memory, which also holds
+// what the allocator keeps for later.
+long heapInUse() {
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 33))
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<long>((info.uordblks + info.hblkhd) / 1024);
+#else
+    return -1;
+#endif
+}
+
 Sample sample() {
     Sample s;
     std::ifstream in("/proc/self/status");
     const std::string status((std::istreambuf_iterator<char>(in)),
                              std::istreambuf_iterator<char>());
-    s.rss = statusField(status, "VmRSS:");
+    s.rss = statusField(status, "RssAnon:") + statusField(status, "RssShmem:");
+    s.vmRss = statusField(status, "VmRSS:");
     s.threads = statusField(status, "Threads:");
     if (DIR* dir = opendir("/proc/self/fd")) {
         while (readdir(dir) != nullptr)
@@ -136,15 +165,16 @@ Sample sample() {
         closedir(dir);
         s.fds -= 3; // ".", ".." and the listing's own descriptor
     }
-    // The table has no creator column for sets; the semaphore's last process
-    // is its creator until someone else operates on it, and the sets of a
-    // critical section are private to the process that made them.
+    // In an IPC namespace of its own every set and segment is the soak's.
+    // Otherwise: the sets table has no creator column, but a semaphore's
+    // last process is its creator until another process operates on it (no
+    // other has reason to: the sets are private).
     const pid_t self = getpid();
     for (const auto& row : sysvipcRows("sem"))
-        if (row.size() > 1 && semctl(std::atoi(row[1].c_str()), 0, GETPID) == self)
+        if (row.size() > 1 && (g_ownIpc || semctl(std::atoi(row[1].c_str()), 0, GETPID) == self))
             ++s.sets;
     for (const auto& row : sysvipcRows("shm")) // key shmid perms size cpid ...
-        if (row.size() > 4 && std::atol(row[4].c_str()) == self)
+        if (row.size() > 4 && (g_ownIpc || std::atol(row[4].c_str()) == self))
             ++s.segments;
     return s;
 }
@@ -417,19 +447,24 @@ private:
     const int m_counter, m_queue, m_machine;
 };
 
-// Registers a host, waits for its start-up event and unregisters it again.
+// Registers a host, waits until the dispatcher has made it active and
+// unregisters it again. It is looked up by its name: after 1000 hosts the ids
+// start again, and the long-lived hosts, registered first, keep theirs.
 class HostChurn : public Load {
 public:
     HostChurn() : Load(1000) {}
 
 protected:
     void step(long) override {
-        Counter host("soak-transient");
-        EventHandler::getInstance()->Register(&host);
-        for (int waited = 0; !host.initialized && waited < 2000; ++waited)
+        Counter* host = new Counter("soak-transient");
+        EventHandler* events = EventHandler::getInstance();
+        events->Register(host);
+        for (int waited = 0; events->FindHostID("soak-transient") < 0 && waited < 30000; ++waited)
             usleep(1000);
-        if (!host.initialized || EventHandler::getInstance()->UnRegister(&host) < 0)
-            failed("host registration");
+        if (events->UnRegister(host) == 0)
+            delete host;
+        else
+            failed("host registration"); // still pending: the dispatcher may yet use it
     }
 };
 
@@ -520,6 +555,14 @@ int main(int argc, char** argv) {
         }
         *target = std::atol(argv[i + 1]);
     }
+    // An IPC namespace of its own, where it may (root): other programs can
+    // neither see nor touch its semaphore sets and segments, nor use up the
+    // sets it needs, and what a crash leaves goes with the process. Its first
+    // set would get id 0, which a critical section never removes: used up here.
+    if (unshare(CLONE_NEWIPC) == 0) {
+        g_ownIpc = true;
+        semctl(semget(IPC_PRIVATE, 1, IPC_CREAT | 0600), 0, IPC_RMID);
+    }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
@@ -597,6 +640,10 @@ int main(int argc, char** argv) {
         auto nextSample = start + std::chrono::seconds(1);
         long measured = 0, firstAt = 0;
         bool measuring = false;
+        // Resident memory is compared as the least of the last five samples:
+        // what the allocator and the threads' stack cache hold for a moment
+        // (the reaper joins ended threads once a second) is not growth.
+        std::deque<long> recentRss;
         for (long round = 0; !g_interrupted; ++round) {
             if (std::strcmp(config->getValue("Soak.Name"), "soak") != 0 ||
                 config->getIntValue("Soak.Period") != 100 ||
@@ -635,6 +682,9 @@ int main(int argc, char** argv) {
             usleep(200000); // ended threads leave the kernel's list
             const Sample now = sample();
             g_gate.resume();
+            recentRss.push_back(now.rss);
+            if (recentRss.size() > 5)
+                recentRss.pop_front();
 
             const long elapsed = static_cast<long>(
                 std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start).count());
@@ -643,17 +693,23 @@ int main(int argc, char** argv) {
             if (!measuring) { // the end of the warm-up
                 measuring = true;
                 first = now;
+                first.rss = *std::min_element(recentRss.begin(), recentRss.end());
                 firstAt = elapsed;
+                if (now.sets == 0)
+                    std::fprintf(stderr, "soak: the process holds no semaphore set: the system's "
+                                         "limit is reached, its locks do nothing\n");
             }
             last = now;
+            last.rss = *std::min_element(recentRss.begin(), recentRss.end());
             const long minutes = measured / 60;
             measured = elapsed - firstAt;
             if (measured / 60 > minutes)
                 std::fprintf(
                     stderr,
-                    "soak: at %ld s: rss %ld KiB, fds %ld, threads %ld, semaphore sets %ld, "
-                    "segments %ld\n",
-                    measured, now.rss, now.fds, now.threads, now.sets, now.segments);
+                    "soak: at %ld s: rss %ld KiB (all %ld KiB, heap in use %ld KiB), fds %ld, "
+                    "threads %ld, semaphore sets %ld, segments %ld\n",
+                    measured, now.rss, now.vmRss, heapInUse(), now.fds, now.threads, now.sets,
+                    now.segments);
             if (measured >= seconds)
                 break;
         }
