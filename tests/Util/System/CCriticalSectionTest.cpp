@@ -1,17 +1,29 @@
 //===- Util/System/CCriticalSectionTest.cpp - Kernel critical sections ----===//
-#include "support/VemloTest.h"
-#include "Service/ThreadTestKit.h"
+#include "support/TestConfig.h"
+#include "Data/Collection/CountingObject.h"
 
 #include <fstream>
+#include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
-#include <sched.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+using Vemlo::Data::Collection::ArrayList;
 using Vemlo::Util::System::CCriticalSection;
 using Vemlo::Util::System::CSingleLock;
+
+namespace {
+
+// The semaphore sets of this IPC namespace.
+int SetCount() {
+    std::ifstream sets("/proc/sysvipc/sem");
+    int lines = 0;
+    for (std::string line; std::getline(sets, line);)
+        ++lines;
+    return lines - 1; // the heading
+}
+
+} // namespace
 
 TEST(CCriticalSectionTest, OwnsOneKernelSetWhoseValueTracksTheHolder) {
     int id;
@@ -46,33 +58,44 @@ TEST(CCriticalSectionTest, ExcludesConcurrentWriters) {
     EXPECT_EQ(counter, 4L * 2000);
 }
 
-// Runs in a child process inside a fresh IPC namespace, whose objects vanish
-// with it.
-TEST(CCriticalSectionTest, SetIdZeroIsNeverRemovedAndAnExhaustedLimitGivesAHarmlessSection) {
-    const pid_t pid = fork();
-    if (pid == 0) {
-        if (unshare(CLONE_NEWIPC) != 0)
-            _exit(77);
-        {
-            CCriticalSection first; // the namespace's first set gets id 0
-            if (first.getSemId() != 0)
-                _exit(10);
-        }
-        if (semctl(0, 0, GETVAL) != 0) // still there
-            _exit(11);
-        // semmsl semmns semopm semmni: room for 2 sets, one of them id 0.
-        std::ofstream("/proc/sys/kernel/sem") << "250 32000 32 2";
-        CCriticalSection last, over;
-        over.Lock(); // no effect: neither blocks nor fails loudly
-        over.Unlock();
-        _exit(last.getSemId() > 0 && over.getSemId() == -1 ? 0 : 20);
-    }
-    int status = 0;
-    if (!VemloTest::waitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, std::chrono::seconds(60))) {
-        kill(pid, SIGKILL);
-        waitpid(pid, &status, 0);
-    }
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 77)
+// Runs in a child process inside an IPC namespace of its own, whose objects
+// vanish with it.
+TEST(CCriticalSectionTest, SetIdZeroIsNeverRemovedAndPastTheLimitListsWorkWithoutLocking) {
+    const int code = VemloTest::RunInChild(
+        [] {
+            {
+                CCriticalSection first; // the namespace's first set gets id 0
+                if (first.getSemId() != 0)
+                    return 10;
+            }
+            if (semctl(0, 0, GETVAL) != 0) // still there
+                return 11;
+            // semmsl semmns semopm semmni: room for 8 sets, one of them id 0.
+            std::ofstream("/proc/sys/kernel/sem") << "250 32000 32 8";
+            std::vector<std::unique_ptr<CCriticalSection>> held;
+            do
+                held.push_back(std::make_unique<CCriticalSection>());
+            while (held.back()->getSemId() > 0);
+            if (held.size() != 8)
+                return 12;
+            {
+                // Nothing locks now: entering twice from one thread returns.
+                VemloTest::Probe<ArrayList> list;
+                CSingleLock once(held.back().get()), twice(held.back().get());
+                for (int i = 0; i < 1000; ++i)
+                    list.Add(std::to_string(i).c_str());
+                list.RemoveAt(0);
+                if (list.semId() != -1 || list.Count() != 999 ||
+                    std::string(list.AtString(998)) != "999")
+                    return 13;
+            }
+            held.clear();
+            if (SetCount() != 1) // only id 0 is left
+                return 14;
+            return VemloTest::Probe<ArrayList>().semId() > 0 ? 0 : 15;
+        },
+        true);
+    if (code == 77)
         GTEST_SKIP() << "cannot create an IPC namespace here";
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_EQ(code, 0);
 }
