@@ -14,8 +14,7 @@ static_assert(
     kFamily<Exception, Vemlo::Service::WorkException, Vemlo::Net::NetException,
             Vemlo::Log::LogException, Vemlo::Event::EventException, Vemlo::DB::DBException,
             Vemlo::Config::ConfigurationException, Vemlo::Common::Xml::XmlException> &&
-        !std::is_convertible<Vemlo::Data::Properties::PropertyException*, Exception*>::value,
-    "");
+    !std::is_convertible<Vemlo::Data::Properties::PropertyException*, Exception*>::value);
 
 TEST(ExceptionTest, MessageAndCodeAreKeptAndANullMessageReadsEmpty) {
     const Vemlo::DB::DBException blank, named(nullptr);

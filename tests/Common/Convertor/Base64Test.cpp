@@ -51,13 +51,13 @@ TEST(Base64Test, EncodeMatchesRfc4648AndReportsOneMoreForWholeGroups) {
 }
 
 TEST(Base64Test, DecodeStopsAtNulOrPaddingAndSkipsOtherCharacters) {
-    EXPECT_EQ(Decode(" T W\r\n-F*u\x80", 4),
-              std::string("3:Man\0", 6)); // anything outside the alphabet
-    EXPECT_EQ(Decode("TQ==", 4),
-              std::string("1:M\0\0\xee", 6)); // '=' after 2: partial byte and next zeroed
-    EXPECT_EQ(Decode("TWE=garbage", 4),
-              std::string("2:Ma\0\xee", 6)); // after 3: nothing read after '='
-    EXPECT_EQ(Decode("T===", 0), "-1:");     // '=' after 0 or 1 characters of a group is misplaced
+    // Anything outside the alphabet is skipped.
+    EXPECT_EQ(Decode(" T W\r\n-F*u\x80", 4), std::string("3:Man\0", 6));
+    // '=' after 2: the partial byte and the next zeroed; after 3: nothing read
+    // after it; after 0 or 1 characters of a group: misplaced.
+    EXPECT_EQ(Decode("TQ==", 4), std::string("1:M\0\0\xee", 6));
+    EXPECT_EQ(Decode("TWE=garbage", 4), std::string("2:Ma\0\xee", 6));
+    EXPECT_EQ(Decode("T===", 0), "-1:");
     unsigned char text[] = "TWFu";
     EXPECT_EQ(Base64::_base64_decode(text, 4, nullptr), -1);
 }

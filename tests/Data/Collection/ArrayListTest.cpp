@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <functional>
 #include <future>
 
 using Vemlo::Data::Object;
@@ -17,10 +18,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Enters (waits for 0, then adds 1) or leaves a list's section, as the list does.
+// Enters (waits for 0, at most 10 s, then adds 1) or leaves a list's section,
+// as the list does.
 int Section(int id, bool enter) {
     struct sembuf ops[2] = {{0, 0, 0}, {0, 1, 0}}, leave = {0, -1, 0};
-    return enter ? semop(id, ops, 2) : semop(id, &leave, 1);
+    struct timespec limit = {10, 0};
+    return enter ? semtimedop(id, ops, 2, &limit) : semop(id, &leave, 1);
 }
 
 } // namespace
@@ -67,13 +70,23 @@ TEST(ArrayListTest, LockedCallsWaitForTheSectionAndTheSetGoesWithTheList) {
         Probe<ArrayList> list;
         id = list.semId();
         ASSERT_GT(id, 0);
-        ASSERT_EQ(Section(id, true), 0);
-        auto adder = std::async(std::launch::async, [&] { list.Add(new CountingObject(deaths)); });
-        EXPECT_EQ(adder.wait_for(50ms), std::future_status::timeout);
-        Section(id, false);
-        if (adder.wait_for(10s) != std::future_status::ready)
-            semctl(id, 0, SETVAL, 0); // free the caller so that the test ends instead of hanging
-        adder.wait();
+        // Each operation waits while another holds the section.
+        const std::function<void()> calls[] = {[&] { list.Add(new CountingObject(deaths)); },
+                                               [&] { list.Count(); },
+                                               [&] { list.At(0); },
+                                               [&] { list.SetValueAtString(0, "x"); },
+                                               [&] { list.RemoveAt(0); },
+                                               [&] { list.Clear(); }};
+        for (const auto& call : calls) {
+            ASSERT_EQ(Section(id, true), 0);
+            auto caller = std::async(std::launch::async, call);
+            EXPECT_EQ(caller.wait_for(50ms), std::future_status::timeout);
+            Section(id, false);
+            // Frees a caller that never returns, so that the test ends instead of hanging.
+            if (caller.wait_for(10s) != std::future_status::ready)
+                semctl(id, 0, SETVAL, 0);
+            caller.wait();
+        }
         EXPECT_EQ(SemValue(id), 0); // left again
     }
     errno = 0; // the destructor removes the set

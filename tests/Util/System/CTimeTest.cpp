@@ -53,10 +53,9 @@ TEST(LogElementTest, CopiesAndAssignmentCarryTheStepAndItsStamp) {
     const Vemlo::State::LogElement record(step, &to, 7);
     Vemlo::State::LogElement copy(record), assigned(nullptr, nullptr, 0);
     assigned = copy;
-    const auto fields = [](const Vemlo::State::LogElement& r) {
-        return std::make_tuple(r.getTransition(), r.getState(), r.getEventId(), texts(r.getTime()));
-    };
-    EXPECT_EQ(fields(assigned), std::make_tuple(step, &to, 7, texts(record.getTime())));
-    EXPECT_EQ(fields(copy), fields(record));
+    for (const Vemlo::State::LogElement* r : {&copy, &assigned})
+        EXPECT_EQ(std::make_tuple(r->getTransition(), r->getState(), r->getEventId(),
+                                  texts(r->getTime())),
+                  std::make_tuple(step, &to, 7, texts(record.getTime())));
     EXPECT_EQ(texts(record.getTime()).size(), 23u); // stamped when made
 }
