@@ -44,6 +44,8 @@ TEST(RijnDaelExTest, WithoutAKeyGivesZerosAndANullKeyOrLengthIsIgnored) {
     r.SetKey(nullptr);
     EXPECT_EQ(ToHex(EncryptOne(r, block.data())), kCipher);
     EXPECT_EQ(r.Dec(chars(block), chars(out), -5), 1); // nothing to do
+    r.EncBlock(nullptr, chars(out));
+    r.DecBlock(chars(block), nullptr);
     EXPECT_EQ(out, Bytes(16, 0x55));
 }
 
@@ -76,6 +78,7 @@ TEST(RijnDaelExTest, SetKeysAndStaticHelpersRotateKeysOverTheArray) {
     RijnDaelEx objects[3];
     // One key per object, or nothing is set; a remainder is ignored.
     EXPECT_EQ(RijnDaelEx::SetKeys(objects, 3, chars(keys), 40), 0);
+    EXPECT_EQ(KeyHex(objects[2]), std::string(32, '0')); // as constructed
     ASSERT_EQ(RijnDaelEx::SetKeys(objects, 3, chars(keys), 50), 1);
     EXPECT_EQ(KeyHex(objects[0]) + KeyHex(objects[1]) + KeyHex(objects[2]), ToHex(keys));
 

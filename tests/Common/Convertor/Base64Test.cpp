@@ -48,6 +48,8 @@ TEST(Base64Test, EncodeMatchesRfc4648AndReportsOneMoreForWholeGroups) {
     EXPECT_EQ(outLen, 4);
     EXPECT_EQ(CodecTest::Take(Base64::_base64_encode(foobar, 6, &outLen)), "Zm9vYmFy");
     EXPECT_EQ(outLen, 9);
+    // No input: the empty text.
+    EXPECT_EQ(CodecTest::Take(Base64::_base64_encode(nullptr, 3, &outLen)), "");
 }
 
 TEST(Base64Test, DecodeStopsAtNulOrPaddingAndSkipsOtherCharacters) {
