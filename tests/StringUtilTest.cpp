@@ -22,7 +22,9 @@ TEST(StringUtilTest, SplitKeepsEmptyPiecesAndMatchesTheWholeSeparator) {
     EXPECT_EQ(split("a,,b,", ",", 1), (Items{"a", "", "b", ""}));
     // The separator's full length is skipped before searching on.
     EXPECT_EQ(split("aaa", "aa", 1), (Items{"", "a"}));
-    EXPECT_EQ(split("a,b", "", 0), (Items{"a,b"})); // no separator: one piece
+    EXPECT_EQ(split("a,b", "", 0), (Items{"a,b"}));             // no separator: one piece
+    EXPECT_EQ(split(nullptr, ",", 0), (Items{""}));             // no text: one empty piece
+    EXPECT_EQ(StringUtil::SplitString(nullptr, "a,b", ","), 0); // nowhere to put the pieces
 
     // Pieces are appended after what the iterator holds.
     Iterator it;

@@ -9,16 +9,17 @@ static std::string parts(Version& v) {
     return out + " (" + std::to_string(v.getCount()) + ")";
 }
 
-TEST(VersionTest, InvalidTextsAreIgnoredAndComponentsAreNotClearedFirst) {
-    for (const char* bad : {"1.", "1..2", "1.a"})
+TEST(VersionTest, NeitherInvalidTextsNorAssignmentClearComponents) {
+    for (const char* bad : {".1", "1.", "1..2", "1.a"})
         EXPECT_EQ(Version::isValidFormat(bad), 0) << bad;
     Version v("1.2.3.4");
     v = "1.a"; // changes nothing
     EXPECT_STREQ(v.getVersion(), "1.2.3.4");
-    v.setVersion("5.6");
+    v = "5.6"; // as setVersion
     EXPECT_EQ(parts(v), "5.6.3.4 (4)");
-    v = ""; // the empty text leaves the components
-    EXPECT_EQ(parts(v), "5.6.3.4 (4)");
+    Version other("9");
+    other = v; // the text only
+    EXPECT_EQ(other.getVersion() + (" " + parts(other)), "5.6 9 (1)");
 }
 
 TEST(VersionTest, ComparesNumericallyOnlyWithEqualComponentCounts) {
@@ -37,4 +38,20 @@ TEST(VersionTest, ComparesNumericallyOnlyWithEqualComponentCounts) {
                   (std::vector<int>{c.eq, c.ne, c.gt, c.lt, c.ge, c.le}))
             << c.left << " vs " << c.right;
     }
+}
+
+TEST(VersionTest, SettersFillMissingComponentsWithZeroAndLeaveTheText) {
+    Version empty, none, one("1"), v;
+    empty.setBuildNumber("9");
+    none.setReleasePatchVersion("5");
+    one.setReleasePatchVersion("5");
+    v.setMinorVersion("7");
+    v.setReleasePatchVersion("5");
+    v.setBuildNumber("9");
+    v.setMajorVersion("3");
+    EXPECT_EQ(parts(empty) + " " + parts(none) + " " + parts(one) + " " + parts(v),
+              "0.0.0.9 (4) 0.0.5 (3) 1.0.5 (3) 3.7.5.9 (4)");
+    EXPECT_EQ(std::string(v.getMajorVersion()) + v.getMinorVersion() + v.getReleasePatchVersion() +
+                  v.getBuildNumber() + v.getVersion(),
+              "3759");
 }

@@ -4,10 +4,10 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <sys/ipc.h>
 #include <sys/shm.h>
-#include <syslog.h>
 #include <unistd.h>
 
 using Vemlo::IPC::SharedMemory;
@@ -52,9 +52,9 @@ TEST(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGive
     SyslogRecord record; // one line of the "[libVemlo] shm" channel, word for word
     ASSERT_TRUE(sink.next(record));
     EXPECT_EQ(record.identity.compare(0, 14, "[libVemlo] shm"), 0) << record.raw;
-    EXPECT_EQ(record.priority, LOG_INFO);
-    EXPECT_EQ(record.text, "[INFO] [GetSharedMemoryStruct] No segment exists, create memory for this key(" +
-                               std::to_string(key.value) + ")");
+    const std::string created =
+        "[INFO] [GetSharedMemoryStruct] No segment exists, create memory for this key(";
+    EXPECT_EQ(record.text, created + std::to_string(key.value) + ")");
     char* second = static_cast<char*>(shm.GetSharedMemorySpace(key.value, 1024)); // smaller is fine
     ASSERT_NE(second, nullptr);
     EXPECT_NE(second, first); // a second attachment of the same segment
@@ -62,10 +62,19 @@ TEST(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGive
     EXPECT_STREQ(second, "shared");
 
     EXPECT_EQ(shm.GetSharedMemorySpace(key.value, 1 << 20), nullptr); // larger than the segment
-    ASSERT_TRUE(sink.next(record));
-    EXPECT_EQ(record.priority, LOG_ERR);
+    const Key empty(2);
+    EXPECT_EQ(shm.GetSharedMemorySpace(empty.value, 0), nullptr); // no segment has size 0
     shm.ReleaseSharedMemory(12345, first);
     shm.ReleaseSharedMemory(0, second);
+    shm.ReleaseSharedMemory(0, second); // no longer attached
+    const std::string size = "[ERROR] [GetSharedMemoryStruct] Cannot access, check memory size of "
+                             "already created memory";
+    std::vector<std::string> lines;
+    for (const SyslogRecord& r : sink.take(4))
+        lines.push_back(r.text);
+    EXPECT_EQ(lines, (std::vector<std::string>{
+                         size, created + std::to_string(empty.value) + ")", size,
+                         "[ERROR] [SharedMemory::ReleaseSharedMemory] Release memory failed."}));
     shmid_ds info;
     ASSERT_EQ(shmctl(shmget(key.value, 0, 0), IPC_STAT, &info), 0); // detached, not removed
     EXPECT_EQ(info.shm_nattch, 0u);
@@ -77,10 +86,8 @@ TEST(SharedMemoryTest, WithoutALogChannelFailuresAreStillNull) {
                                                 {{"Base.Http.TempPath", "/tmp/x"}}));
     Vemlo::Config::ConfigurationManager::DestroyManager();
     Logger::DestroyLogger();
-    testing::internal::CaptureStdout();
+    ASSERT_EQ(Logger::getLogger()->getLog("[libVemlo] shm"), nullptr);
     SharedMemory shm;
-    EXPECT_NE(testing::internal::GetCapturedStdout().find("[getLog] exception msg("),
-              std::string::npos);
 
     const Key key(4);
     void* address = shm.GetSharedMemorySpace(key.value, 64);

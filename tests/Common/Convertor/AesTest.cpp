@@ -32,13 +32,22 @@ const char* const kSpCipher = "7649abac8119b246cee98e9b12e9197d5086cb9b507219ee9
 
 } // namespace
 
-TEST(AesTest, BlockMatchesFips197AppendixC1) {
-    const AES_KEY ek = Key(kSpIv, true), dk = Key(kSpIv, false); // key 000102..0f
-    unsigned char out[16];
-    Aes::AESEncrypt(FromHex("00112233445566778899aabbccddeeff").data(), out, &ek);
-    EXPECT_EQ(ToHex(out, 16), "69c4e0d86a7b0430d8cdb78070b4c55a");
-    Aes::AESDecrypt(out, out, &dk); // in place
-    EXPECT_EQ(ToHex(out, 16), "00112233445566778899aabbccddeeff");
+// FIPS-197 appendix C.1 to C.3: one plaintext under 128-, 192- and 256-bit keys.
+TEST(AesTest, BlocksMatchFips197AppendixCForEveryKeySize) {
+    const std::string plain = "00112233445566778899aabbccddeeff",
+                      key = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
+    for (const auto& [bytes, cipher] :
+         {std::pair<size_t, const char*>{16, "69c4e0d86a7b0430d8cdb78070b4c55a"},
+          {24, "dda97ca4864cdfe06eaf70a0ec0d7191"},
+          {32, "8ea2b7ca516745bfeafc49904b496089"}}) {
+        const AES_KEY ek = Key(key.substr(0, 2 * bytes).c_str(), true),
+                      dk = Key(key.substr(0, 2 * bytes).c_str(), false);
+        unsigned char out[16];
+        Aes::AESEncrypt(FromHex(plain).data(), out, &ek);
+        EXPECT_EQ(ToHex(out, 16), cipher);
+        Aes::AESDecrypt(out, out, &dk); // in place
+        EXPECT_EQ(ToHex(out, 16), plain);
+    }
 }
 
 TEST(AesTest, KeySetupRejectsNullsAndOtherSizes) {

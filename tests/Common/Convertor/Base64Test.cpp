@@ -7,14 +7,6 @@ using CodecTest::Bytes;
 
 namespace {
 
-std::string Encode(unsigned char* in, int length, int* outLen) {
-    char* out = Base64::_base64_encode(in, length, outLen);
-    EXPECT_NE(out, nullptr);
-    std::string result = out ? out : "";
-    std::free(out);
-    return result;
-}
-
 // The result and the first `shown` bytes of the buffer (of the promised size,
 // preset to 0xee) after decoding `text`.
 std::string Decode(const std::string& text, size_t shown) {
@@ -26,9 +18,8 @@ std::string Decode(const std::string& text, size_t shown) {
 // The text and its reported length, checked to be one more than the text's.
 std::string EncodeC(Base64C& codec, Bytes in) {
     int outLen = 0;
-    char* out = codec.Base64Encode(in.data(), static_cast<int>(in.size()), &outLen);
-    std::string result = out ? out : "<null>";
-    std::free(out);
+    const std::string result =
+        CodecTest::Take(codec.Base64Encode(in.data(), static_cast<int>(in.size()), &outLen));
     EXPECT_EQ(outLen, static_cast<int>(result.size()) + 1);
     return result;
 }
@@ -53,20 +44,22 @@ std::string DecodeC(Base64C& codec, const std::string& text, int len = -1) {
 TEST(Base64Test, EncodeMatchesRfc4648AndReportsOneMoreForWholeGroups) {
     unsigned char f[] = "f", foobar[] = "foobar";
     int outLen = 0;
-    EXPECT_EQ(Encode(f, 1, &outLen), "Zg==");
+    EXPECT_EQ(CodecTest::Take(Base64::_base64_encode(f, 1, &outLen)), "Zg==");
     EXPECT_EQ(outLen, 4);
-    EXPECT_EQ(Encode(foobar, 6, &outLen), "Zm9vYmFy");
+    EXPECT_EQ(CodecTest::Take(Base64::_base64_encode(foobar, 6, &outLen)), "Zm9vYmFy");
     EXPECT_EQ(outLen, 9);
+    // No input: the empty text.
+    EXPECT_EQ(CodecTest::Take(Base64::_base64_encode(nullptr, 3, &outLen)), "");
 }
 
 TEST(Base64Test, DecodeStopsAtNulOrPaddingAndSkipsOtherCharacters) {
-    EXPECT_EQ(Decode(" T W\r\n-F*u\x80", 4),
-              std::string("3:Man\0", 6)); // anything outside the alphabet
-    EXPECT_EQ(Decode("TQ==", 4),
-              std::string("1:M\0\0\xee", 6)); // '=' after 2: partial byte and next zeroed
-    EXPECT_EQ(Decode("TWE=garbage", 4),
-              std::string("2:Ma\0\xee", 6)); // after 3: nothing read after '='
-    EXPECT_EQ(Decode("T===", 0), "-1:");     // '=' after 0 or 1 characters of a group is misplaced
+    // Anything outside the alphabet is skipped.
+    EXPECT_EQ(Decode(" T W\r\n-F*u\x80", 4), std::string("3:Man\0", 6));
+    // '=' after 2: the partial byte and the next zeroed; after 3: nothing read
+    // after it; after 0 or 1 characters of a group: misplaced.
+    EXPECT_EQ(Decode("TQ==", 4), std::string("1:M\0\0\xee", 6));
+    EXPECT_EQ(Decode("TWE=garbage", 4), std::string("2:Ma\0\xee", 6));
+    EXPECT_EQ(Decode("T===", 0), "-1:");
     unsigned char text[] = "TWFu";
     EXPECT_EQ(Base64::_base64_decode(text, 4, nullptr), -1);
 }
@@ -81,8 +74,8 @@ TEST(Base64CTest, EncodeBreaksLinesAfterEvery80Characters) {
 
 TEST(Base64CTest, DecodeSkipsLineBreaksAndStopsAtOtherCharacters) {
     Base64C codec;
-    EXPECT_EQ(DecodeC(codec, "TWFu\r\nTWE="), "ManMa");
-    EXPECT_EQ(DecodeC(codec, "TW-Fu"), "M");          // stops at '-', partial group "TW"
-    EXPECT_EQ(DecodeC(codec, "TWFuTWFu", 6), "ManM"); // at most len characters
+    EXPECT_EQ(DecodeC(codec, "TW\r\nFu\r\nTWE="), "ManMa"); // also within a group
+    EXPECT_EQ(DecodeC(codec, "TW-Fu"), "M");                // stops at '-', partial group "TW"
+    EXPECT_EQ(DecodeC(codec, "TWFuTWFu", 6), "ManM");       // at most len characters
     EXPECT_EQ(DecodeC(codec, "TWFu", -4), "");
 }

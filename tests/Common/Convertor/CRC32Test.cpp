@@ -22,33 +22,37 @@ TEST(CRC32Test, TableIsPrefilledAndRebuiltOnFirstUse) {
     EXPECT_EQ(CRC32::crc_table[1], 0x77073096u);
 }
 
-// CRC catalogue, CRC-32/ISO-HDLC: check value over "123456789". Random
-// buffers are compared with zlib in CRC32ZlibTest.
-TEST(CRC32Test, CheckValueAndContinuation) {
-    EXPECT_EQ(CRC32::crc32(CRC32::crc32(0, kCheck, 4), kCheck + 4, 5), 0xCBF43926ul);
-    // Length 0 or no buffer: the previous value, unchanged.
+// CRC catalogue check value over "123456789" of CRC-16/KERMIT (CRC-32's is
+// above); continuation is the bitwise test's random start values.
+TEST(CRC32Test, CheckValueAndNoBuffer) {
+    EXPECT_EQ(CRC16::crc16(kCheck, 9), 0x2189u);
+    // Length 0 or no buffer: the previous value, unchanged; 0 for CRC16.
     EXPECT_EQ(CRC32::crc32(0xCBF43926ul, nullptr, 9), 0xCBF43926ul);
+    EXPECT_EQ(CRC16::crc16(nullptr, 9), 0u);
 }
 
-TEST(CRC16Test, CheckValueAndTheBitwiseDefinitionAtEveryLengthAndAlignment) {
-    // CRC catalogue, CRC-16/KERMIT: check value over "123456789".
-    EXPECT_EQ(CRC16::crc16(kCheck, 9), 0x2189u);
-    EXPECT_EQ(CRC16::crc16(nullptr, 9), 0u);
-    // Bit at a time: reflected polynomial 0x8408, initial 0, no final XOR.
-    auto bitwise = [](const unsigned char* data, size_t length) {
-        unsigned int c = 0;
-        for (size_t i = 0; i < length; ++i) {
+// Both against their definition, a bit at a time (reflected; CRC32 inverts
+// the register before and after), from random start values, at every length
+// up to several of CRC32's 64-byte blocks and at every alignment.
+TEST(CRC32Test, BothFollowTheBitwiseDefinitionAtEveryLengthAndAlignment) {
+    auto bitwise = [](unsigned long c, unsigned long poly, const unsigned char* data, size_t n) {
+        for (size_t i = 0; i < n; ++i) {
             c ^= data[i];
             for (int bit = 0; bit < 8; ++bit)
-                c = (c & 1) ? (c >> 1) ^ 0x8408 : c >> 1;
+                c = (c & 1) ? (c >> 1) ^ poly : c >> 1;
         }
         return c;
     };
     std::mt19937 rng(16);
-    const CodecTest::Bytes data = CodecTest::RandomBytes(rng, 208);
+    const CodecTest::Bytes data = CodecTest::RandomBytes(rng, 608);
     for (size_t offset = 0; offset < 8; ++offset)
-        for (size_t length = 0; length < 200; ++length)
-            ASSERT_EQ(CRC16::crc16(data.data() + offset, static_cast<unsigned int>(length)),
-                      bitwise(data.data() + offset, length))
+        for (unsigned int length = 0; length < 600; ++length) {
+            const unsigned char* p = data.data() + offset;
+            const unsigned long start = rng();
+            ASSERT_EQ(
+                std::make_pair(CRC32::crc32(start, p, length), 0ul + CRC16::crc16(p, length)),
+                std::make_pair(bitwise(~start & 0xffffffffu, 0xEDB88320u, p, length) ^ 0xffffffffu,
+                               bitwise(0, 0x8408, p, length)))
                 << "offset " << offset << " length " << length;
+        }
 }

@@ -2,6 +2,9 @@
 #ifndef VEMLO_TESTS_COMMON_CONVERTOR_CODECTESTUTIL_H
 #define VEMLO_TESTS_COMMON_CONVERTOR_CODECTESTUTIL_H
 
+#include <gtest/gtest.h>
+
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -27,6 +30,14 @@ inline std::string ToHex(const unsigned char* data, size_t length) {
 
 inline std::string ToHex(const Bytes& data) {
     return ToHex(data.data(), data.size());
+}
+
+// The text of a malloc'ed result (which must not be null), freed.
+inline std::string Take(char* text) {
+    EXPECT_NE(text, nullptr);
+    std::string out = text ? text : "";
+    std::free(text);
+    return out;
 }
 
 // Reproducible random bytes: the same seed gives the same inputs on every run.

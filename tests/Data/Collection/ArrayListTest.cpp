@@ -4,9 +4,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <functional>
 #include <future>
-#include <mutex>
-#include <thread>
 
 using Vemlo::Data::Object;
 using Vemlo::Data::Collection::ArrayList;
@@ -19,10 +18,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Enters (waits for 0, then adds 1) or leaves a list's section, as the list does.
+// Enters (waits for 0, at most 10 s, then adds 1) or leaves a list's section,
+// as the list does.
 int Section(int id, bool enter) {
     struct sembuf ops[2] = {{0, 0, 0}, {0, 1, 0}}, leave = {0, -1, 0};
-    return enter ? semop(id, ops, 2) : semop(id, &leave, 1);
+    struct timespec limit = {10, 0};
+    return enter ? semtimedop(id, ops, 2, &limit) : semop(id, &leave, 1);
 }
 
 } // namespace
@@ -69,13 +70,23 @@ TEST(ArrayListTest, LockedCallsWaitForTheSectionAndTheSetGoesWithTheList) {
         Probe<ArrayList> list;
         id = list.semId();
         ASSERT_GT(id, 0);
-        ASSERT_EQ(Section(id, true), 0);
-        auto adder = std::async(std::launch::async, [&] { list.Add(new CountingObject(deaths)); });
-        EXPECT_EQ(adder.wait_for(50ms), std::future_status::timeout);
-        Section(id, false);
-        if (adder.wait_for(10s) != std::future_status::ready)
-            semctl(id, 0, SETVAL, 0); // free the caller so that the test ends instead of hanging
-        adder.wait();
+        // Each operation waits while another holds the section.
+        const std::function<void()> calls[] = {[&] { list.Add(new CountingObject(deaths)); },
+                                               [&] { list.Count(); },
+                                               [&] { list.At(0); },
+                                               [&] { list.SetValueAtString(0, "x"); },
+                                               [&] { list.RemoveAt(0); },
+                                               [&] { list.Clear(); }};
+        for (const auto& call : calls) {
+            ASSERT_EQ(Section(id, true), 0);
+            auto caller = std::async(std::launch::async, call);
+            EXPECT_EQ(caller.wait_for(50ms), std::future_status::timeout);
+            Section(id, false);
+            // Frees a caller that never returns, so that the test ends instead of hanging.
+            if (caller.wait_for(10s) != std::future_status::ready)
+                semctl(id, 0, SETVAL, 0);
+            caller.wait();
+        }
         EXPECT_EQ(SemValue(id), 0); // left again
     }
     errno = 0; // the destructor removes the set
@@ -88,48 +99,10 @@ TEST(IteratorTest, CursorCountsThePassedItemsAndStaysOnTheLast) {
     Iterator it;
     it.Add(new Object);
     it.Add("text");
-    EXPECT_TRUE(it.MoveNext());
-    EXPECT_TRUE(it.MoveNext());
-    EXPECT_FALSE(it.MoveNext());
+    EXPECT_EQ(it.getCurrent(), nullptr); // before the first MoveNext
+    EXPECT_EQ((std::vector<bool>{it.MoveNext(), it.MoveNext(), it.MoveNext()}),
+              (std::vector<bool>{true, true, false}));
     EXPECT_STREQ(it.getCurrentString(), "text");
     it.RemoveAt(1); // fewer items than the cursor has passed: no current item
-    EXPECT_EQ(it.getCurrent(), nullptr);
-}
-
-// Two threads add and remove items in one locked, owning list. The list's
-// lock does not protect its items, so every call is made under the threads'
-// own mutex, as callers sharing a list must; a third thread enters and leaves
-// the list's section all along so that the list calls really wait.
-TEST(ArrayListTest, TwoThreadsAddAndRemoveItemsUnderOutsideLocking) {
-    constexpr int kPerThread = 10000;
-    std::atomic<int> deaths{0};
-    std::atomic<bool> stop{false};
-    Probe<ArrayList> list;
-    const int id = list.semId();
-    std::mutex outside;
-    auto worker = [&](int base) {
-        for (int i = 0; i < kPerThread; ++i) {
-            std::lock_guard<std::mutex> guard(outside);
-            list.Add(new CountingObject(deaths, base + i));
-            list.RemoveAt(list.Count() % 2 ? 0 : list.Count() - 1);
-        }
-    };
-    auto pinger = std::async(std::launch::async, [&] {
-        for (; !stop; std::this_thread::yield())
-            if (Section(id, true) == 0)
-                Section(id, false);
-    });
-    auto first = std::async(std::launch::async, worker, 0);
-    auto second = std::async(std::launch::async, worker, kPerThread);
-    const auto deadline = std::chrono::steady_clock::now() + 90s;
-    if (first.wait_until(deadline) != std::future_status::ready ||
-        second.wait_until(deadline) != std::future_status::ready) {
-        std::fprintf(stderr, "stress test did not finish in 90 s\n");
-        std::abort();
-    }
-    stop = true;
-    pinger.wait();
-    EXPECT_EQ(list.Count(), 0);
-    EXPECT_EQ(deaths, 2 * kPerThread);
-    EXPECT_EQ(SemValue(id), 0);
+    EXPECT_TRUE(it.getCurrent() == nullptr && it.getCurrentString() == nullptr);
 }

@@ -29,14 +29,18 @@ TEST(HashTableTest, RemovalAndClearAllFollowTheDeleteFlag) {
     HashTable table;
     for (const char* key : {"a", "b", "c"})
         table.AddObj(key, new CountingObject(deaths));
-    table.Remove("b"); // the element and its value together
+    table.Remove("a"); // the element and its value together, and its key
     EXPECT_EQ(deaths, 1);
+    EXPECT_EQ(table.getElement("a"), nullptr);
+    EXPECT_EQ(table.getValue(1), table.getValue("c"));
 
     // Without the delete flag ClearAll deletes nothing, and the elements keep their values.
     table.setDeleteFlag(false);
-    HashElement* kept[] = {table.getElement("a"), table.getElement("c")};
+    HashElement* kept[] = {table.getElement("b"), table.getElement("c")};
     table.ClearAll();
     EXPECT_EQ(deaths, 1);
+    EXPECT_EQ(table.getCount(), 0);
+    EXPECT_EQ(table.getElement("c"), nullptr);
     for (HashElement* e : kept)
         delete e;
     EXPECT_EQ(deaths, 3);

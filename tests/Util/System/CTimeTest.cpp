@@ -2,6 +2,8 @@
 #include "support/VemloTest.h"
 
 #include <cstring>
+#include <memory>
+#include <tuple>
 
 #include <sys/time.h>
 #include <time.h>
@@ -10,25 +12,25 @@ using Vemlo::Util::System::CTime;
 
 // The seven texts, "yyyy-mm-dd hh:mm:ss.mmm".
 static std::string texts(const CTime& t) {
-    return std::string(t.getYear()) + "-" + t.getMonth() + "-" + t.getDay() + " " + t.getHour() + ":" +
-           t.getMinute() + ":" + t.getSecond() + "." + t.getMillisecond();
+    return std::string(t.getYear()) + "-" + t.getMonth() + "-" + t.getDay() + " " + t.getHour() +
+           ":" + t.getMinute() + ":" + t.getSecond() + "." + t.getMillisecond();
 }
 
 TEST(CTimeTest, TextsAreTheLocalTimeZeroPaddedAndGetDateTimeTheMicrosecond) {
     // A zone in which it is now nine o'clock, so the hour needs its padding
-    // (POSIX TZ: local time = UTC - offset). This program has no other case.
+    // (POSIX TZ: local time = UTC - offset). The other case reads no zone.
     time_t now = time(nullptr);
     struct tm utc;
     gmtime_r(&now, &utc);
     setenv("TZ", ("VEM" + std::to_string((utc.tm_hour - 9 + 24) % 24)).c_str(), 1);
     tzset();
-    CTime time;
+    std::unique_ptr<CTime> time; // CheckNow fills the same texts: see LogElementTest
     struct timeval before, after;
     long microsecond = 0;
     for (int attempt = 0; attempt < 5; ++attempt) { // again if a second boundary passed
         gettimeofday(&before, nullptr);
-        time.CheckNow();
-        microsecond = time.GetDateTime();
+        time.reset(CTime::getCurrentTime());
+        microsecond = time->GetDateTime();
         gettimeofday(&after, nullptr);
         if (before.tv_sec == after.tv_sec)
             break;
@@ -37,9 +39,23 @@ TEST(CTimeTest, TextsAreTheLocalTimeZeroPaddedAndGetDateTimeTheMicrosecond) {
     localtime_r(&before.tv_sec, &local);
     char expected[40];
     strftime(expected, sizeof expected, "%Y-%m-%d 09:%M:%S.", &local);
-    EXPECT_EQ(texts(time).substr(0, std::strlen(expected)), expected);
-    EXPECT_EQ(std::strlen(time.getMillisecond()), 3u) << time.getMillisecond();
+    EXPECT_EQ(texts(*time).substr(0, std::strlen(expected)), expected);
+    EXPECT_EQ(std::strlen(time->getMillisecond()), 3u) << time->getMillisecond();
     EXPECT_GE(microsecond, static_cast<long>(before.tv_usec));
     EXPECT_LE(microsecond, static_cast<long>(after.tv_usec));
+}
 
+// A machine's history record: the step and its time stamp (CTime's copy and
+// assignment) travel with copies.
+TEST(LogElementTest, CopiesAndAssignmentCarryTheStepAndItsStamp) {
+    Vemlo::State::StateUnit from, to;
+    auto* step = new Vemlo::State::Transition(&from, &to, 7, nullptr); // owned by `from`
+    const Vemlo::State::LogElement record(step, &to, 7);
+    Vemlo::State::LogElement copy(record), assigned(nullptr, nullptr, 0);
+    assigned = copy;
+    for (const Vemlo::State::LogElement* r : {&copy, &assigned})
+        EXPECT_EQ(std::make_tuple(r->getTransition(), r->getState(), r->getEventId(),
+                                  texts(r->getTime())),
+                  std::make_tuple(step, &to, 7, texts(record.getTime())));
+    EXPECT_EQ(texts(record.getTime()).size(), 23u); // stamped when made
 }
