@@ -32,15 +32,23 @@ stop_syslogd() {
     rm -f /dev/log
 }
 
-# t NAME TIMEOUT LOCK WORKDIR COMMAND...: one CTest test, as ctest runs it.
+# t NAME TIMEOUT LOCK WORKDIR PASS FAIL COMMAND...: one CTest test, as ctest
+# runs it. PASS and FAIL are the test's expressions for its output ("-" for
+# none); with a PASS expression the exit status does not count, as in CTest.
 t() {
-    name=$1 limit=$2 lock=$3 dir=$4
-    shift 4
+    name=$1 limit=$2 lock=$3 dir=$4 pass=$5 fail=$6
+    shift 6
     [ "$lock" = syslog ] && stop_syslogd
     begin=$(ms)
     (cd "$dir" && exec timeout -s KILL "$limit" "$@") > /tmp/test.out 2>&1
     rc=$?
     took=$(( $(ms) - begin ))
+    if [ "$pass" != - ]; then
+        grep -Eq -- "$pass" /tmp/test.out && rc=0 || rc=1
+    fi
+    if [ "$fail" != - ] && grep -Eq -- "$fail" /tmp/test.out; then
+        rc=1
+    fi
     if grep -q '\[  SKIPPED \]' /tmp/test.out; then
         echo "@@VEMLO SKIP $took $phase:$name $(grep -m1 -A1 'Skipped' /tmp/test.out | tail -n 1)"
     elif [ $rc -eq 0 ]; then

@@ -224,9 +224,21 @@ for test in sorted(tests, key=lambda t: {"ipc.baseline": 0, "ipc.nothing_left": 
     os.makedirs(guest + workdir, exist_ok=True)
     env = ["env"] + props.get("ENVIRONMENT", []) if props.get("ENVIRONMENT") else []
     locks = props.get("RESOURCE_LOCK", [])
-    line = "t %s %d %s %s %s" % (shlex.quote(name), int(props.get("TIMEOUT", 1500)),
-                                  "syslog" if "syslog" in locks else "-", shlex.quote(workdir),
-                                  " ".join(shlex.quote(a) for a in env + command))
+    # CTest's pass and fail expressions, as one-line extended expressions
+    # for grep: a newline at either end anchors the line.
+    def expression(key):
+        values = props.get(key) or []
+        if isinstance(values, str):
+            values = [values]
+        if not values:
+            return "-"
+        return "|".join("%s%s%s" % ("^" if v.startswith("\n") else "", v.strip("\n"),
+                                    "$" if v.endswith("\n") else "") for v in values)
+    line = "t %s %d %s %s %s %s %s" % (shlex.quote(name), int(props.get("TIMEOUT", 1500)),
+                                        "syslog" if "syslog" in locks else "-", shlex.quote(workdir),
+                                        shlex.quote(expression("PASS_REGULAR_EXPRESSION")),
+                                        shlex.quote(expression("FAIL_REGULAR_EXPRESSION")),
+                                        " ".join(shlex.quote(a) for a in env + command))
     if whole:
         suite.append(line)
     if name.split(".")[0] in TIMED:
