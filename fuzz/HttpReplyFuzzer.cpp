@@ -1,4 +1,4 @@
-//===- fuzz/HttpReplyFuzzer.cpp - Arbitrary server replies to SimpleHTTPMethod -===//
+//===- fuzz/HttpReplyFuzzer.cpp - Any server reply to SimpleHTTPMethod ----===//
 //
 // A server thread on 127.0.0.1 answers every POST of
 // WebPostMessage::SimpleHTTPMethod with the input: the first byte says how the

@@ -1,4 +1,4 @@
-//===- fuzz/PlaneTextPropertyFuzzer.cpp - Arbitrary files into PlaneTextProperty::Load -===//
+//===- fuzz/PlaneTextPropertyFuzzer.cpp - Any file into Load --------------===//
 //
 // Writes the input to a file in a private temporary folder and loads it with
 // PlaneTextProperty::Load (so every line goes through ParseLine, pieces of

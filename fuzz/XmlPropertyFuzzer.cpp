@@ -1,4 +1,4 @@
-//===- fuzz/XmlPropertyFuzzer.cpp - Arbitrary files into XmlProperty::Load -===//
+//===- fuzz/XmlPropertyFuzzer.cpp - Any file into XmlProperty::Load -------===//
 //
 // Writes the input to a file in a private temporary folder and loads it with
 // XmlProperty::Load; the only exception allowed out is XmlException*. A

@@ -1,4 +1,4 @@
-//===- Config/ConfigurationException.cpp ---------------------------------------------===//
+//===- Config/ConfigurationException.cpp ----------------------------------===//
 #include <Vemlo/Config/ConfigurationException.h>
 
 namespace Vemlo {

@@ -1,4 +1,4 @@
-//===- Event/EventException.cpp ---------------------------------------------===//
+//===- Event/EventException.cpp -------------------------------------------===//
 #include <Vemlo/Event/EventException.h>
 
 namespace Vemlo {

@@ -1,4 +1,4 @@
-//===- Event/MessageList.h - A list of message copies two threads share -*- C++ -*-===//
+//===- Event/MessageList.h - Message copies two threads share ---*- C++ -*-===//
 //
 // The dispatcher's queue (senders append, the dispatcher's thread takes the
 // head) and a threaded host's queue (the dispatcher appends, the host's thread

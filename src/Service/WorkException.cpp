@@ -1,4 +1,4 @@
-//===- Service/WorkException.cpp ---------------------------------------------===//
+//===- Service/WorkException.cpp ------------------------------------------===//
 #include <Vemlo/Service/WorkException.h>
 
 namespace Vemlo {

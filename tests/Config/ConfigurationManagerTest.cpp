@@ -1,4 +1,4 @@
-//===- Config/ConfigurationManagerTest.cpp - The process-wide configuration -===//
+//===- Config/ConfigurationManagerTest.cpp - The configuration ------------===//
 #include "support/TestConfig.h"
 
 using namespace Vemlo::Config;

@@ -1,4 +1,4 @@
-//===- Net/NetTest.h - Helpers shared by the socket and HTTP tests -*- C++ -*-===//
+//===- Net/NetTest.h - Helpers for the socket and HTTP tests ----*- C++ -*-===//
 #ifndef VEMLO_TESTS_NET_NETTEST_H
 #define VEMLO_TESTS_NET_NETTEST_H
 

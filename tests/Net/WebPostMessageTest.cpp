@@ -1,4 +1,4 @@
-//===- Net/WebPostMessageTest.cpp - The HTTP POST client against a real server -===//
+//===- Net/WebPostMessageTest.cpp - POST against a real server ------------===//
 //
 // The peer is Python's http.server (support/http_peer.py, which reports what
 // it received). The exchange has no timeout of its own (it reads until the

@@ -1,4 +1,4 @@
-//===- Vemlo/Config/ConfigurationException.h ---------------------------------------*- C++ -*-===//
+//===- Vemlo/Config/ConfigurationException.h --------------------*- C++ -*-===//
 #ifndef VEMLO_CONFIG_CONFIGURATIONEXCEPTION_H
 #define VEMLO_CONFIG_CONFIGURATIONEXCEPTION_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Config/ConfigurationManager.h - The process-wide configuration -*- C++ -*-===//
+//===- Vemlo/Config/ConfigurationManager.h - The configuration --*- C++ -*-===//
 #ifndef VEMLO_CONFIG_CONFIGURATIONMANAGER_H
 #define VEMLO_CONFIG_CONFIGURATIONMANAGER_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/DB/DBException.h ---------------------------------------*- C++ -*-===//
+//===- Vemlo/DB/DBException.h -----------------------------------*- C++ -*-===//
 #ifndef VEMLO_DB_DBEXCEPTION_H
 #define VEMLO_DB_DBEXCEPTION_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Event/EventException.h ---------------------------------------*- C++ -*-===//
+//===- Vemlo/Event/EventException.h -----------------------------*- C++ -*-===//
 #ifndef VEMLO_EVENT_EVENTEXCEPTION_H
 #define VEMLO_EVENT_EVENTEXCEPTION_H
 

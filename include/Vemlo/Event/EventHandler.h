@@ -1,4 +1,4 @@
-//===- Vemlo/Event/EventHandler.h - The process-wide event dispatcher -*- C++ -*-===//
+//===- Vemlo/Event/EventHandler.h - The event dispatcher --------*- C++ -*-===//
 #ifndef VEMLO_EVENT_EVENTHANDLER_H
 #define VEMLO_EVENT_EVENTHANDLER_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Event/EventHostGeneric.h - Host served on the dispatcher thread -*- C++ -*-===//
+//===- Vemlo/Event/EventHostGeneric.h - Host on the dispatcher --*- C++ -*-===//
 #ifndef VEMLO_EVENT_EVENTHOSTGENERIC_H
 #define VEMLO_EVENT_EVENTHOSTGENERIC_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Event/EventHostThread.h - Host with a thread of its own -*- C++ -*-===//
+//===- Vemlo/Event/EventHostThread.h - Host with a thread -------*- C++ -*-===//
 #ifndef VEMLO_EVENT_EVENTHOSTTHREAD_H
 #define VEMLO_EVENT_EVENTHOSTTHREAD_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Event/EventMessage.h - The unit the dispatcher routes -*- C++ -*-===//
+//===- Vemlo/Event/EventMessage.h - What the dispatcher routes --*- C++ -*-===//
 #ifndef VEMLO_EVENT_EVENTMESSAGE_H
 #define VEMLO_EVENT_EVENTMESSAGE_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/IPC/SharedMemory.h - System V shared memory by key --*- C++ -*-===//
+//===- Vemlo/IPC/SharedMemory.h - System V shared memory --------*- C++ -*-===//
 #ifndef VEMLO_IPC_SHAREDMEMORY_H
 #define VEMLO_IPC_SHAREDMEMORY_H
 

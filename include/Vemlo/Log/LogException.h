@@ -1,4 +1,4 @@
-//===- Vemlo/Log/LogException.h ---------------------------------------*- C++ -*-===//
+//===- Vemlo/Log/LogException.h ---------------------------------*- C++ -*-===//
 #ifndef VEMLO_LOG_LOGEXCEPTION_H
 #define VEMLO_LOG_LOGEXCEPTION_H
 

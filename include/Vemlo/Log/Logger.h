@@ -1,4 +1,4 @@
-//===- Vemlo/Log/Logger.h - The process-wide registry of log channels -*- C++ -*-===//
+//===- Vemlo/Log/Logger.h - The registry of log channels --------*- C++ -*-===//
 #ifndef VEMLO_LOG_LOGGER_H
 #define VEMLO_LOG_LOGGER_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Net/NetException.h ---------------------------------------*- C++ -*-===//
+//===- Vemlo/Net/NetException.h ---------------------------------*- C++ -*-===//
 #ifndef VEMLO_NET_NETEXCEPTION_H
 #define VEMLO_NET_NETEXCEPTION_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Net/PostObject.h - State of one HTTP exchange -------*- C++ -*-===//
+//===- Vemlo/Net/PostObject.h - State of one HTTP exchange ------*- C++ -*-===//
 #ifndef VEMLO_NET_POSTOBJECT_H
 #define VEMLO_NET_POSTOBJECT_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Net/WebPostMessage.h - One-shot HTTP POST client ----*- C++ -*-===//
+//===- Vemlo/Net/WebPostMessage.h - One-shot HTTP POST client ---*- C++ -*-===//
 #ifndef VEMLO_NET_WEBPOSTMESSAGE_H
 #define VEMLO_NET_WEBPOSTMESSAGE_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Service/WorkException.h ---------------------------------------*- C++ -*-===//
+//===- Vemlo/Service/WorkException.h ----------------------------*- C++ -*-===//
 #ifndef VEMLO_SERVICE_WORKEXCEPTION_H
 #define VEMLO_SERVICE_WORKEXCEPTION_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/State/LogElement.h - One step in a machine's history -*- C++ -*-===//
+//===- Vemlo/State/LogElement.h - A step in a history -----------*- C++ -*-===//
 #ifndef VEMLO_STATE_LOGELEMENT_H
 #define VEMLO_STATE_LOGELEMENT_H
 

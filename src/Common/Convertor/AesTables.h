@@ -1,4 +1,4 @@
-//===- Common/Convertor/AesTables.h - Rijndael tables, built at compile time ===//
+//===- Common/Convertor/AesTables.h - Rijndael tables at compile time -----===//
 //
 // Internal to libVemlo. Computes the AES (Rijndael) tables from their
 // definition in GF(2^8) with the reduction polynomial x^8+x^4+x^3+x+1, as

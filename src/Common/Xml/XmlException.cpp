@@ -1,4 +1,4 @@
-//===- Common/Xml/XmlException.cpp ---------------------------------------------===//
+//===- Common/Xml/XmlException.cpp ----------------------------------------===//
 #include <Vemlo/Common/Xml/XmlException.h>
 
 namespace Vemlo {

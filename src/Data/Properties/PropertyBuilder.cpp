@@ -1,4 +1,4 @@
-//===- Data/Properties/PropertyBuilder.cpp - Builds a property set by format -===//
+//===- Data/Properties/PropertyBuilder.cpp - Property sets by format ------===//
 #include <Vemlo/Data/Properties/PropertyBuilder.h>
 
 #include <Vemlo/Data/Properties/PlaneTextProperty.h>

@@ -1,4 +1,4 @@
-//===- Data/Properties/PropertyException.cpp ---------------------------------------------===//
+//===- Data/Properties/PropertyException.cpp ------------------------------===//
 #include <Vemlo/Data/Properties/PropertyException.h>
 
 namespace Vemlo {

@@ -1,4 +1,4 @@
-//===- Base64Test.cpp - Base64, plain and in 80-column lines ---------------===//
+//===- Base64Test.cpp - Base64, plain and in 80-column lines --------------===//
 #include "support/VemloTest.h"
 #include "Common/Convertor/CodecTestUtil.h"
 

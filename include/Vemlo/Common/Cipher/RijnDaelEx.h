@@ -1,4 +1,4 @@
-//===- Vemlo/Common/Cipher/RijnDaelEx.h - AES-128 with its own key -*- C++ -*-===//
+//===- Vemlo/Common/Cipher/RijnDaelEx.h - AES-128, own key ------*- C++ -*-===//
 #ifndef VEMLO_COMMON_CIPHER_RIJNDAELEX_H
 #define VEMLO_COMMON_CIPHER_RIJNDAELEX_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Common/Convertor/Base64.h - Base64 without line breaks -*- C++ -*-===//
+//===- Vemlo/Common/Convertor/Base64.h - Without line breaks ----*- C++ -*-===//
 #ifndef VEMLO_COMMON_CONVERTOR_BASE64_H
 #define VEMLO_COMMON_CONVERTOR_BASE64_H
 

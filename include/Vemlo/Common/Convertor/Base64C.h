@@ -1,4 +1,4 @@
-//===- Vemlo/Common/Convertor/Base64C.h - Base64 in 80-column lines -*- C++ -*-===//
+//===- Vemlo/Common/Convertor/Base64C.h - In 80-column lines ----*- C++ -*-===//
 #ifndef VEMLO_COMMON_CONVERTOR_BASE64C_H
 #define VEMLO_COMMON_CONVERTOR_BASE64C_H
 

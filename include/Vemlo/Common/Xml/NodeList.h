@@ -1,4 +1,4 @@
-//===- Vemlo/Common/Xml/NodeList.h - A list of nodes found by a search -*- C++ -*-===//
+//===- Vemlo/Common/Xml/NodeList.h - Nodes found by a search ----*- C++ -*-===//
 #ifndef VEMLO_COMMON_XML_NODELIST_H
 #define VEMLO_COMMON_XML_NODELIST_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Common/Xml/XmlDocument.h - Load, search and save XML -*- C++ -*-===//
+//===- Vemlo/Common/Xml/XmlDocument.h - Load, search, save ------*- C++ -*-===//
 #ifndef VEMLO_COMMON_XML_XMLDOCUMENT_H
 #define VEMLO_COMMON_XML_XMLDOCUMENT_H
 

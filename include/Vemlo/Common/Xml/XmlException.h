@@ -1,4 +1,4 @@
-//===- Vemlo/Common/Xml/XmlException.h ---------------------------------------*- C++ -*-===//
+//===- Vemlo/Common/Xml/XmlException.h --------------------------*- C++ -*-===//
 #ifndef VEMLO_COMMON_XML_XMLEXCEPTION_H
 #define VEMLO_COMMON_XML_XMLEXCEPTION_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Data/Collection/ArrayList.h - Ordered list of objects -*- C++ -*-===//
+//===- Vemlo/Data/Collection/ArrayList.h - Ordered list ---------*- C++ -*-===//
 #ifndef VEMLO_DATA_COLLECTION_ARRAYLIST_H
 #define VEMLO_DATA_COLLECTION_ARRAYLIST_H
 

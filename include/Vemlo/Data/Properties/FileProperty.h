@@ -1,4 +1,4 @@
-//===- Vemlo/Data/Properties/FileProperty.h - A loaded property file -*- C++ -*-===//
+//===- Vemlo/Data/Properties/FileProperty.h - A property file ---*- C++ -*-===//
 #ifndef VEMLO_DATA_PROPERTIES_FILEPROPERTY_H
 #define VEMLO_DATA_PROPERTIES_FILEPROPERTY_H
 

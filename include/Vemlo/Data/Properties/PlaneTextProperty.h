@@ -1,4 +1,4 @@
-//===- Vemlo/Data/Properties/PlaneTextProperty.h - key=value; files -*- C++ -*-===//
+//===- Vemlo/Data/Properties/PlaneTextProperty.h - key=value ----*- C++ -*-===//
 #ifndef VEMLO_DATA_PROPERTIES_PLANETEXTPROPERTY_H
 #define VEMLO_DATA_PROPERTIES_PLANETEXTPROPERTY_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Data/Properties/Property.h - Key/value store over a table -*- C++ -*-===//
+//===- Vemlo/Data/Properties/Property.h - Key/value store -------*- C++ -*-===//
 #ifndef VEMLO_DATA_PROPERTIES_PROPERTY_H
 #define VEMLO_DATA_PROPERTIES_PROPERTY_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Data/Properties/PropertyBuilder.h - Builds a property set by format -*- C++ -*-===//
+//===- Vemlo/Data/Properties/PropertyBuilder.h - By format ------*- C++ -*-===//
 #ifndef VEMLO_DATA_PROPERTIES_PROPERTYBUILDER_H
 #define VEMLO_DATA_PROPERTIES_PROPERTYBUILDER_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Data/Properties/PropertyException.h ---------------------------------------*- C++ -*-===//
+//===- Vemlo/Data/Properties/PropertyException.h ----------------*- C++ -*-===//
 #ifndef VEMLO_DATA_PROPERTIES_PROPERTYEXCEPTION_H
 #define VEMLO_DATA_PROPERTIES_PROPERTYEXCEPTION_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Data/Properties/PropertyManager.h - Property files by name -*- C++ -*-===//
+//===- Vemlo/Data/Properties/PropertyManager.h - By name --------*- C++ -*-===//
 #ifndef VEMLO_DATA_PROPERTIES_PROPERTYMANAGER_H
 #define VEMLO_DATA_PROPERTIES_PROPERTYMANAGER_H
 

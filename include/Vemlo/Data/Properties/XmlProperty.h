@@ -1,4 +1,4 @@
-//===- Vemlo/Data/Properties/XmlProperty.h - Properties in an XML file -*- C++ -*-===//
+//===- Vemlo/Data/Properties/XmlProperty.h - XML properties -----*- C++ -*-===//
 #ifndef VEMLO_DATA_PROPERTIES_XMLPROPERTY_H
 #define VEMLO_DATA_PROPERTIES_XMLPROPERTY_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Net/Socket/ClientBase.h - Stream-socket client ------*- C++ -*-===//
+//===- Vemlo/Net/Socket/ClientBase.h - Stream-socket client -----*- C++ -*-===//
 #ifndef VEMLO_NET_SOCKET_CLIENTBASE_H
 #define VEMLO_NET_SOCKET_CLIENTBASE_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Net/Socket/ServerBase.h - Stream-socket server ------*- C++ -*-===//
+//===- Vemlo/Net/Socket/ServerBase.h - Stream-socket server -----*- C++ -*-===//
 #ifndef VEMLO_NET_SOCKET_SERVERBASE_H
 #define VEMLO_NET_SOCKET_SERVERBASE_H
 

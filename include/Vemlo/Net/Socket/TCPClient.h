@@ -1,4 +1,4 @@
-//===- Vemlo/Net/Socket/TCPClient.h - TCP client ------------------*- C++ -*-===//
+//===- Vemlo/Net/Socket/TCPClient.h - TCP client ----------------*- C++ -*-===//
 #ifndef VEMLO_NET_SOCKET_TCPCLIENT_H
 #define VEMLO_NET_SOCKET_TCPCLIENT_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Net/Socket/TCPServer.h - TCP server ------------------*- C++ -*-===//
+//===- Vemlo/Net/Socket/TCPServer.h - TCP server ----------------*- C++ -*-===//
 #ifndef VEMLO_NET_SOCKET_TCPSERVER_H
 #define VEMLO_NET_SOCKET_TCPSERVER_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Net/Socket/UDSClient.h - Unix-domain client ----------*- C++ -*-===//
+//===- Vemlo/Net/Socket/UDSClient.h - Unix-domain client --------*- C++ -*-===//
 #ifndef VEMLO_NET_SOCKET_UDSCLIENT_H
 #define VEMLO_NET_SOCKET_UDSCLIENT_H
 

@@ -1,4 +1,4 @@
-//===- Vemlo/Net/Socket/UDSServer.h - Unix-domain server ----------*- C++ -*-===//
+//===- Vemlo/Net/Socket/UDSServer.h - Unix-domain server --------*- C++ -*-===//
 #ifndef VEMLO_NET_SOCKET_UDSSERVER_H
 #define VEMLO_NET_SOCKET_UDSSERVER_H
 

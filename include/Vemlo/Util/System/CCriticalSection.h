@@ -1,4 +1,4 @@
-//===- Vemlo/Util/System/CCriticalSection.h - Kernel critical section -*- C++ -*-===//
+//===- Vemlo/Util/System/CCriticalSection.h - Kernel lock -------*- C++ -*-===//
 #ifndef VEMLO_UTIL_SYSTEM_CCRITICALSECTION_H
 #define VEMLO_UTIL_SYSTEM_CCRITICALSECTION_H
 
