@@ -10,20 +10,14 @@
 
 /// \brief The framework's text value: a standard string that is also an Object.
 ///
-/// String is the text value of libVemlo: a standard string that is also a
-/// Vemlo::Data::Object, so text can be kept in the collections and deleted
-/// through an Object*. It adds printf-style formatting, replacing, trimming
-/// and case conversion. A String is not locked: one object must not be used
-/// by two threads at once.
-///
-/// Several operations keep behaviour that existing callers depend on and that
-/// may look odd at first sight; each is marked where it is declared:
-///  - assigning a String to itself empties it;
-///  - Replace(from, to, 0) returns an empty text;
-///  - TrimRight never trims the first character;
-///  - ToLower/ToUpper leave the last character as it is.
-///
-/// A null `const char*` argument is always read as the empty text.
+/// Adds printf-style formatting, replacing, trimming and case conversion. A
+/// few operations keep odd-looking behaviour existing callers depend on
+/// (self-assignment empties, Replace(from, to, 0), TrimRight, ToLower and
+/// ToUpper); each is marked where it is declared.
+/// Ownership: a value; deletable through an Object* in the collections.
+/// Threads: not locked; one object, one thread at a time.
+/// Failures: a null `const char*` argument reads as the empty text.
+/// Details: docs/Strings.md.
 class VEMLO_API String : private std::string, public Vemlo::Data::Object {
 public:
     using std::string::const_iterator;

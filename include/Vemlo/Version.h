@@ -8,28 +8,15 @@
 
 /// \brief A dotted version text such as "2.10.0.31", split into components and compared as numbers.
 ///
-/// Version holds a dotted version text such as "2.10.0.31", splits it into
-/// numbered components (the first four are major, minor, release/patch and
-/// build) and compares two versions component by component as numbers.
-///
-/// Behaviour that existing callers rely on and that is kept:
-///  - setVersion ignores an invalid text silently (test with isValidFormat
-///    first); a null text is invalid.
-///  - setVersion does not clear the components first: "1.2.3.4" followed by
-///    "5.6" gives the components 5, 6, 3, 4 while getVersion() is "5.6".
-///  - Assigning another Version copies its text only; the components, and so
-///    every comparison, stay as they were. Assigning a Version to itself
-///    changes nothing.
-///  - Versions with different component counts are never ordered: "1.2" and
-///    "1.2.0" are neither equal, greater nor smaller, and != is true.
-///  - Two versions without components are equal, but >= and <= are false.
-///
-/// Texts returned point into storage the object owns; they stay valid until
-/// the object is changed or destroyed. Versions cannot be copy-constructed.
-/// Not locked: one object must not be used by two threads at once. Every
-/// Version costs one System V semaphore set (its component table).
-///
-/// Departures: docs/Compatibility.md.
+/// Components compare one by one as numbers; versions with different
+/// component counts are never ordered. Several odd-looking behaviours are kept
+/// for existing callers (setVersion keeps old components, assignment copies
+/// the text only); each is marked where it is declared.
+/// Ownership: returned texts point into the object's storage. Not
+/// copy-constructible. Each Version costs one System V semaphore set.
+/// Threads: not locked; one thread at a time.
+/// Failures: setVersion ignores an invalid text silently (isValidFormat).
+/// Details: docs/Strings.md; departures: docs/Compatibility.md.
 class VEMLO_API Version {
 public:
     /// Empty text, no components.
@@ -44,11 +31,13 @@ public:
     Version& operator=(const char* text);
 
     /// Copies the version text only; the components are left as they were.
+    /// Kept: existing callers rely on it.
     Version& operator=(const Version& other);
 
     /// Stores a valid text and splits it into the components "0", "1", ...,
     /// replacing those already present and keeping any beyond the new count.
-    /// An invalid text changes nothing.
+    /// An invalid text changes nothing, silently (test with isValidFormat);
+    /// existing callers rely on both.
     void setVersion(const char* text);
 
     /// 1 when `text` is empty or digits separated by single dots (no dot at
@@ -85,9 +74,10 @@ public:
     ///@{
     /// Numeric comparison of the components (strtol, base 10; a non-numeric
     /// text counts as 0), 1 or 0. Only versions with equal component counts
-    /// compare equal or ordered. A number beyond the 32-bit range counts as
-    /// the nearest 32-bit limit on every platform, as on the 32-bit devices
-    /// ("4294967296" equals "2147483648").
+    /// compare equal or ordered (kept for existing callers); two empty
+    /// versions are equal, yet >= and <= give 0. A number beyond the 32-bit
+    /// range counts as the nearest 32-bit limit on every platform, as on the
+    /// 32-bit devices ("4294967296" equals "2147483648").
     int operator==(const Version& other) const;
     int operator!=(const Version& other) const;
     int operator>(const Version& other) const;

@@ -11,26 +11,16 @@ namespace Config {
 
 /// \brief The process-wide manager of the configuration files in `Vemlo/Conf/`.
 ///
-/// ConfigurationManager is the process-wide manager of configuration files:
-/// the XML property files "<name>.config" in the folder
-/// "<$VEMLO_WORKING_DIRECTORY>/Vemlo/Conf/". The framework reads its own
-/// settings from the default one, "default.config":
-/// \code{.cpp}
-/// IProperty* config = ConfigurationManager::GetManager()->getInstance();
-/// const char* level = config->getValue("Base.Log.Level");
-/// \endcode
-/// A file is read once, on its first getInstance; a missing file is created
-/// empty. Applications put their own keys in the same file (or another
-/// "<name>.config", read with getInstance("<name>")).
-///
-/// Lifecycle: the single instance is created on the first GetManager and
-/// destroyed, with every set it loaded, by DestroyManager; a later GetManager
-/// starts afresh and reads the files again. Sets obtained before
-/// DestroyManager must not be used after it.
-///
-/// Thread safety: none. Call GetManager (and getInstance) on the main thread
-/// before other threads use the configuration, and DestroyManager after they
-/// have stopped.
+/// Reads the XML property files "<name>.config" in
+/// "<$VEMLO_WORKING_DIRECTORY>/Vemlo/Conf/", each once, on its first
+/// getInstance (a missing file is created empty); the framework's own settings
+/// are in "default.config".
+/// Ownership: the single instance, made by GetManager and destroyed with every
+/// set it loaded by DestroyManager; sets must not be used after that.
+/// Threads: none. Create it on the main thread before other threads use the
+/// configuration; destroy it after they have stopped.
+/// Failures: see PropertyManager and XmlProperty.
+/// Details: docs/Configuration.md.
 class VEMLO_API ConfigurationManager : public Vemlo::Data::Properties::PropertyManager {
 public:
     /// Default name "default", folder "Conf", extension ".config".

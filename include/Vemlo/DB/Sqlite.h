@@ -18,39 +18,16 @@ namespace DB {
 
 /// \brief One SQLite 3 connection whose operations retry while the database is busy.
 ///
-/// Sqlite wraps one SQLite 3 connection for devices where the database file
-/// may be busy for a moment: every operation is tried up to 10 times with a
-/// pause between attempts (40 times for Commit and Rollback), every failure is
-/// written to the log channel "[libVemlo] Sqlite", and the final failure is
-/// returned as 0 or thrown as a DBException* (code 0; the catcher deletes it).
-/// Query results come back as a Table of Rows of texts, "" for NULL; each Row
-/// costs a System V semaphore set while it lives (past the system's limit the
-/// rows still work, without a lock).
-///
-/// SQL is passed to SQLite exactly as given: the API has no parameters. Never
-/// build SQL from untrusted text (a device name, a value from the network):
-/// check such values against a strict pattern first, or keep them out of SQL
-/// altogether; see docs/Database.md. Backup passes its two file names to the
-/// shell ("cp -f %s %s"): they must be paths the application chose itself.
-///
-/// Option bit 0 set keeps the connection open after a final failure; clear
-/// (the default), Execute, getTable, Commit and Rollback close it.
-///
-/// Choices made here for safety:
-///  - the error texts SQLite allocates are released;
-///  - after a final failed Commit or Rollback has closed the connection, the
-///    connection pointer is reset, so later calls fail cleanly;
-///  - Open on an object that already holds a connection closes that one once
-///    the new one is open;
-///  - when the log channel cannot be had (no log level configured), the
-///    messages are dropped rather than the process crashing;
-///  - a DBException* from Close inside Execute is logged and deleted.
-///
-/// One object must not be used by two threads at once, except for the
-/// Lock/UnLock pair, which serialises its users on an SQLite mutex taken after
-/// BEGIN succeeds. The destructor does not close the connection: call Close.
-///
-/// Departures: docs/Compatibility.md.
+/// Every operation is tried up to 10 times with a pause (40 for Commit and
+/// Rollback); query results come back as a Table of text Rows. SQL is passed
+/// as given: never build it from untrusted text. Backup hands its file names
+/// to the shell.
+/// Ownership: the object holds the connection; the destructor does not close
+/// it: call Close. Returned tables are the caller's.
+/// Threads: one thread at a time, except for the Lock/UnLock pair.
+/// Failures: logged to "[libVemlo] Sqlite", then 0 or a DBException* (the
+/// catcher deletes it); by default a final failure closes the connection.
+/// Details: docs/Database.md; departures: docs/Compatibility.md.
 class VEMLO_API Sqlite {
 public:
     /// The mode that opens a database read-write (creating the file).

@@ -29,61 +29,15 @@ class EventMessage;
 
 /// \brief The process-wide event dispatcher: routes messages to registered hosts on its own thread.
 ///
-/// EventHandler routes messages between event hosts. Hosts Register with it;
-/// any thread sends with SendEventMsg, which only queues a clone; the
-/// dispatcher's own thread delivers the queued messages one at a time, oldest
-/// first, by calling the target host's OnRecvMessage (every active host, in
-/// registration order, for target 0). It makes a pass every 1 ms.
-///
-/// \code{.cpp}
-/// EventHandler* events = EventHandler::getInstance(); // starts the thread
-/// events->Register(&door);           // active from the next pass on
-/// EventMessage m(door.getId(), EV_OPEN, "open", nullptr, nullptr, nullptr);
-/// events->SendEventMsg(&m);
-/// ...
-/// events->UnRegister(&door);         // then door may be deleted
-/// EventHandler::DestroyInstance();   // before Logger::DestroyLogger()
-/// \endcode
-///
-/// Start and stop order: the configuration must be loadable before the first
-/// getInstance (the dispatcher takes the log channel "[Vemlo]", which reads
-/// "Base.Log.Level"). Unregister and delete the hosts, then DestroyInstance
-/// (stops and joins the dispatcher), then Logger::DestroyLogger().
-///
-/// Delivery promises:
-///  - A new host is pending until the next pass (under traffic that keeps
-///    the queue busy, every 10 ms and 16 messages), which locks its gate (a threaded
-///    host), makes it active and gives it the start-up event (event id 9999,
-///    text "initialize event") before anything else is delivered, so that is
-///    always the first message it gets. A message to a host that is still
-///    pending is dropped; so is one to an unknown id.
-///  - A framework exception thrown by a handler leaves the message at the
-///    head of the queue: it is delivered again in the next pass. The
-///    dispatcher reads its message for the log and never deletes it: the
-///    handler decides who owns what it throws (a pointer to a static object
-///    is fine; one made with new is the handler's to keep or free).
-///  - Hosts sharing an id after the id counter wrapped (see EventHost.h):
-///    only the first of them in the active list receives.
-///  - UnRegister returns at once; it never waits for the dispatcher. It opens
-///    a threaded host's gate, so that its thread can see a stop. Deleting a
-///    host waits only for a delivery to that same host that is under way (not
-///    when the deletion comes from inside that delivery), so a host may be
-///    unregistered and deleted at any moment. A generic host deleted while
-///    still registered is taken out of the lists first (a threaded host must
-///    be unregistered before its thread is stopped). UnRegister of a host that
-///    is still pending returns -1 and leaves it pending.
-///  - Registering a host that is already pending or active does nothing but
-///    return its id.
-///
-/// Departures: docs/Compatibility.md.
-///
-/// Thread safety: Register, UnRegister, SendEventMsg and the look-ups may be
-/// called from any thread, handlers included (the dispatcher's thread never
-/// holds the section across a handler). getInstance may be called from
-/// several threads at once; DestroyInstance must not race with any call.
-///
-/// Failures: SendEventMsg throws EventException* 7301 ("Cannot Send Event
-/// [...]"); the catcher owns and deletes it.
+/// Hosts Register with it; any thread sends with SendEventMsg, which queues a
+/// clone; the dispatcher's thread delivers them oldest first, one at a time
+/// (target 0: every active host). A new host gets event 9999 first.
+/// Ownership: the single instance is made by getInstance and deleted by
+/// DestroyInstance (before Logger::DestroyLogger()); hosts stay the caller's.
+/// Threads: Register, UnRegister, SendEventMsg and the look-ups from any
+/// thread, handlers included; DestroyInstance must not race with any call.
+/// Failures: SendEventMsg throws EventException* 7301; the catcher deletes it.
+/// Details: docs/Events.md; departures: docs/Compatibility.md.
 class VEMLO_API EventHandler : public Vemlo::Service::Thread {
 public:
     EventHandler(const EventHandler&) = delete;

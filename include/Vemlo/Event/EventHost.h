@@ -16,27 +16,13 @@ class EventMessage;
 
 /// \brief Anything the event dispatcher can deliver messages to: an id, a name and OnRecvMessage.
 ///
-/// EventHost is anything the event dispatcher (EventHandler) can deliver
-/// messages to: an object with an id, a name and OnRecvMessage. Applications
-/// derive from EventHostGeneric (handler runs on the dispatcher's thread) or
-/// EventHostThread (handler runs on the host's own thread), not from this
-/// class directly.
-///
-/// Ids: each host takes the class-wide counter ID_ORDER plus one; the counter
-/// then becomes that id modulo 1000. Ids run 1, 2, ..., 1000 and then start at
-/// 1 again, so after 1000 hosts two living hosts can share an id. A message
-/// addressed to a shared id reaches only the first of them in the
-/// dispatcher's active list (the one registered first); an application that
-/// creates and drops many hosts over its life should address hosts it looks
-/// up by name (EventHandler::FindHostID) or keep fewer than 1000 alive at once.
-///
-/// The counter is atomic, so hosts may be created on several threads; the
-/// dispatcher itself is best given its hosts at start-up.
-///
+/// Applications derive from EventHostGeneric or EventHostThread, not from this
+/// class. Ids run 1 to 1000 and then start again, so long-lived applications
+/// look hosts up by name.
 /// Ownership: the application owns its hosts; the dispatcher only points at
-/// them. Unregister a host (EventHandler::UnRegister) before deleting it.
-///
-/// Departures: docs/Compatibility.md.
+/// them. Unregister a host before deleting it.
+/// Threads: ids come from an atomic counter; hosts may be made on any thread.
+/// Details: docs/Events.md; departures: docs/Compatibility.md.
 class VEMLO_API EventHost : public Vemlo::Data::Object {
 public:
     /// Stores `name` (null is the empty name) and takes the next id.

@@ -14,12 +14,9 @@ namespace Event {
 
 /// \brief An event host whose handler runs on the dispatcher's thread.
 ///
-/// EventHostGeneric is the plain event host: derive from it and implement
-/// OnRecvMessage, which the dispatcher calls on its own thread, one message
-/// at a time, in send order. The handler must be quick: every later message,
-/// to any host, waits for it. It may call SendEventMsg, Register and
-/// UnRegister (itself included). What it returns is not used.
-///
+/// Derive from it and implement OnRecvMessage, which the dispatcher calls on
+/// its own thread, one message at a time: keep it quick, every later message
+/// waits for it. It may send, register and unregister (itself included).
 /// \code{.cpp}
 /// class Door : public EventHostGeneric {
 /// public:
@@ -27,10 +24,7 @@ namespace Event {
 ///     int OnRecvMessage(EventMessage* m) override { ...; return 0; }
 /// };
 /// \endcode
-///
-/// The host has no gate (getMutex() is null) and writes nothing itself; the
-/// framework's channel "[Vemlo]" is at hand as m_pLog (null when the
-/// configuration gives no log level).
+/// Details: docs/Events.md.
 class VEMLO_API EventHostGeneric : public EventHost {
 public:
     /// Takes the next id and the channel "[Vemlo]" from the logger registry.

@@ -22,55 +22,15 @@ namespace Event {
 
 /// \brief An event host that handles its messages on a thread of its own.
 ///
-/// EventHostThread is an event host that handles its messages on a thread of
-/// its own: the dispatcher only queues a copy of each message in the host and
-/// wakes the host's thread, which takes them one by one with WaitMessage().
-/// Derive from it and write Run() as a loop:
-///
-/// \code{.cpp}
-/// void Run() override {
-///     EventMessage m;
-///     while (WaitMessage(&m)) { ... handle m ... }
-/// }
-/// \endcode
-///
-/// The thread is created parked with the host and starts with the first
-/// message delivered to it, normally the dispatcher's start-up event (event id
-/// 9999, "initialize event").
-///
-/// The gate: while the host has nothing to do, the dispatcher holds the
-/// host's gate mutex and the host's thread blocks on it in WaitMessage. A
-/// delivery opens the gate until the host's thread has passed it, waiting at
-/// most about one second (polling every 10 ms). So each delivery to a host
-/// that was waiting costs the dispatcher one 10 ms sleep, and a host that is
-/// busy for more than a second still gets the message in its queue, while the
-/// dispatcher goes on after that second. Keep traffic to threaded hosts low.
-///
-/// Two refinements of that handshake keep a message from being stranded or
-/// a delivery from costing the full second: WaitMessage looks at the queue
-/// again right after it announces that it is about to wait (a copy queued
-/// just before would otherwise sit in the queue behind a closed gate until
-/// the next delivery), and it marks the host busy (wait status 2) whenever it
-/// takes a message, also one it found without passing the gate.
-///
-/// Life: create, Register with the dispatcher, receive, then UnRegister and
-/// delete. UnRegister returns at once and opens the gate for good (right
-/// away, or as soon as a delivery to this host under way ends), so the
-/// destructor, which waits for such a delivery and then stops the thread and
-/// waits for Run() to return, does not hang. A subclass whose own destructor
-/// stops the thread must be unregistered before: while registered, the
-/// dispatcher holds the gate and the thread cannot see the stop.
-///
-/// Once Run() has returned by itself the host must be unregistered at once:
-/// the next delivery would make Thread::Start() poll for ever on the
-/// dispatcher's thread.
-///
-/// Inheritance: EventHost is the first base and Thread the second, so an
-/// EventHostThread* converts to an EventHost* at the same address and to a
-/// Thread* further into the object; both bases' destructors and Run() reach
-/// the same overriders.
-///
-/// Departures: docs/Compatibility.md.
+/// The dispatcher queues a copy of each message in the host and opens its gate;
+/// Run() takes them with `while (WaitMessage(&m)) { ... }`. Each delivery to a
+/// waiting host costs the dispatcher about 10 ms: keep traffic low.
+/// Ownership: the application's, as for any host. Register, receive, then
+/// UnRegister (which opens the gate for good) and delete.
+/// Threads: the handler runs on the host's thread. Once Run() has returned by
+/// itself, unregister the host at once, or the next delivery stalls the
+/// dispatcher.
+/// Details: docs/Events.md; departures: docs/Compatibility.md.
 class VEMLO_API EventHostThread : public EventHost, public Vemlo::Service::Thread {
 public:
     /// The host (next id), then its parked thread, the gate mutex named

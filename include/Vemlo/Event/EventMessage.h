@@ -12,28 +12,13 @@ namespace Event {
 
 /// \brief One event: target host id, event id, text, three untyped parameters and extra values.
 ///
-/// EventMessage is one event: the id of the host it is addressed to (0 for
-/// every registered host), an event id, a text and three untyped parameters,
-/// plus a table of extra values. Build one, hand it to
-/// EventHandler::getInstance()->SendEventMsg(&message) (which queues a clone,
-/// so the sender keeps its message) and read it in the host's OnRecvMessage.
-///
-/// \code{.cpp}
-/// EventMessage m(doorHostId, EV_OPEN, "open", &door, nullptr, nullptr);
-/// m.getExtraValues()->Add(&operatorName); // an Object (a String) you own
-/// EventHandler::getInstance()->SendEventMsg(&m);
-/// ... in the handler: m->getExtraValues()->At(0)
-/// \endcode
-///
-/// Ownership: the message never deletes what it carries. The parameters are
-/// carried as they are; the extra values are objects kept in the table's list
-/// (Add, Count, At), shared, not copied, by Clone() and Copy(), so they must
-/// outlive every copy of the message. The table's delete flag is off, so
-/// entries made with the keyed AddObj (HashElements the table creates) are
-/// not freed by anyone: carry plain objects with Add.
-///
-/// Thread safety: none; a message is used by one thread at a time. The
-/// dispatcher hands each host its own clone.
+/// SendEventMsg queues a clone, so the sender keeps its message; the host
+/// reads it in OnRecvMessage.
+/// Ownership: a message never deletes what it carries; extra values (added with
+/// Add) are shared by clones and must outlive every copy. Entries made with the
+/// keyed AddObj are freed by nobody.
+/// Threads: none; the dispatcher hands each host its own clone.
+/// Details: docs/Events.md.
 class VEMLO_API EventMessage : public Vemlo::Data::Object {
 public:
     /// Target 0, event id 0, empty text, null parameters, empty table.

@@ -13,29 +13,13 @@ namespace IPC {
 
 /// \brief Attaches System V shared-memory segments by key, creating missing ones.
 ///
-/// SharedMemory attaches a process to the System V shared-memory segment of a
-/// numeric key, creating the segment (mode 0666, zero-filled) when the key
-/// has none yet, and detaches it again:
-///
-/// \code{.cpp}
-/// Vemlo::IPC::SharedMemory shm;
-/// auto* block = static_cast<Status*>(shm.GetSharedMemorySpace(0x4d01, sizeof(Status)));
-/// if (block) { ...; shm.ReleaseSharedMemory(0, block); }
-/// \endcode
-///
-/// Failures are written to the log channel "[libVemlo] shm" (when the
-/// configuration gives the channel a level; without one nothing is written)
-/// and come back as a null address; nothing is thrown.
-///
-/// Segments outlive the process: ReleaseSharedMemory only detaches, and
-/// nothing in this class removes a segment. Remove it with
-/// shmctl(shmget(key, 0, 0), IPC_RMID, nullptr) (or `ipcrm -M key`) when it is
-/// no longer wanted.
-///
-/// Thread safety: the object keeps no state besides its log channel; calls
-/// may come from several threads. Two processes creating the same key at the
-/// same moment: one gets the segment, the other gets null ("Cannot create,
-/// unknown error") and attaches on a retry.
+/// Creates the segment of a key (mode 0666, zero-filled) when it has none yet.
+/// Ownership: segments outlive the process; ReleaseSharedMemory only detaches
+/// and nothing here removes a segment (use IPC_RMID or `ipcrm -M`).
+/// Threads: no state besides the log channel; calls may come from any thread.
+/// Failures: logged to "[libVemlo] shm" and returned as a null address;
+/// nothing is thrown.
+/// Details: docs/SharedMemory.md.
 class VEMLO_API SharedMemory {
 public:
     /// Takes the log channel "[libVemlo] shm" from the logger registry.

@@ -15,33 +15,15 @@ namespace Log {
 
 /// \brief One named log channel; every line goes to the system log.
 ///
-/// FileLog is one named log channel. Despite its name it writes every line to
-/// the system log (syslog, facility LOG_USER) under the channel's name as the
-/// identity; it opens no file. Applications normally get one from
-/// Logger::getLogger()->getLog(name), which owns it.
-///
-/// Each Write* operation formats its text printf-style (cut at 4079
-/// characters), puts its prefix in front and sends the line with its own
-/// openlog/syslog/closelog, at the priority of the operation:
-///   WriteEmerg "[EMERG] " 0, WriteCrit "[CRIT] " 2, WriteError "[ERROR] " 3,
-///   WriteWarning "[WARN] " 4, WriteInfo "[INFO] " 6, WriteDebug "[DEBUG] " 7.
-/// The line is handed to syslog as data ("%s"), never as a format, so text
-/// from outside cannot be interpreted a second time. The level is stored for
-/// the application but not tested by the writes; no lock is taken and no time
-/// stamp is added (the system logger adds its own).
-///
-/// A channel whose name contains "Vemlo" (the framework's own is "[Vemlo]")
-/// appends "(<process name>)" to its identity, taken from the fourth column of
-/// the last line of "ps | grep '<pid>' | grep -v 'grep'", so that the lines of
-/// different processes can be told apart.
-///
-/// Thread safety: writes may come from any thread. The system library keeps
-/// one syslog identity per process, so two channels writing at the same
-/// moment may see their identities interleaved; every line arrives. The
-/// mutex (getMutex()) is there for callers that want to serialise writes; the
-/// class never locks it. Level, backup range and file are not locked.
-///
-/// Departures: docs/Compatibility.md.
+/// Despite its name it writes every line to the system log (facility LOG_USER)
+/// under the channel's name, with the prefix and priority of each Write*
+/// operation; the text is sent as data, never as a format. The level is stored,
+/// not tested by the writes.
+/// Ownership: channels come from Logger::getLogger()->getLog(name), which owns
+/// them.
+/// Threads: writes from any thread; identities of two channels writing at once
+/// may interleave. The class never locks getMutex().
+/// Details: docs/Logging.md; departures: docs/Compatibility.md.
 class VEMLO_API FileLog : public Vemlo::Data::Object {
 public:
     /// `directory` is stored only; `name` is the channel name and syslog
@@ -64,7 +46,7 @@ public:
 
     ///@{
     /// Formats the text printf-style and writes it to the system log with
-    /// this operation's prefix and priority (see the class comment).
+    /// this operation's prefix and priority (table in docs/Logging.md).
     void WriteDebug(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void WriteInfo(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void WriteWarning(const char* format, ...) __attribute__((format(printf, 2, 3)));

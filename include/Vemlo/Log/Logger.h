@@ -17,31 +17,15 @@ class FileLog;
 
 /// \brief The process-wide registry of log channels (FileLog) by name.
 ///
-/// Logger hands out log channels (FileLog) by name: the first getLog(name)
-/// creates the channel, sets its level from the configuration key
-/// "Base.Log.Level", and every later call with that name returns the same
-/// channel. The framework's own classes use "[Vemlo]" and "[libVemlo] ...";
-/// "default" and "communication" have shortcuts.
-///
-/// \code{.cpp}
-/// FileLog* log = Logger::getLogger()->getLog("myapp");
-/// if (log) log->WriteInfo("[Main::Start] ready");
-/// \endcode
-///
-/// getLog returns null when the configuration cannot be read or lacks the
-/// level (the reason is printed to standard output); test the result.
-///
-/// Lifecycle: the single instance is created on the first getLogger and
-/// destroyed, with every channel, by DestroyLogger; channels obtained before
-/// must not be used after it. Destroy it after the services that log
-/// (EventHandler::DestroyInstance first) and before
-/// ConfigurationManager::DestroyManager.
-///
-/// Thread safety: none for the registry itself. Create it and the channels
-/// that threads will use from one thread first; the channels' writes may then
-/// come from any thread.
-///
-/// Departures: docs/Compatibility.md.
+/// The first getLog(name) creates the channel with its level from
+/// "Base.Log.Level"; later calls return the same channel.
+/// Ownership: the single instance, made by getLogger and destroyed with every
+/// channel by DestroyLogger (after EventHandler::DestroyInstance, before
+/// ConfigurationManager::DestroyManager).
+/// Threads: none for the registry; make it and the channels on one thread
+/// first, then channels may write from any thread.
+/// Failures: getLog returns null when the configuration lacks the level.
+/// Details: docs/Logging.md; departures: docs/Compatibility.md.
 class VEMLO_API Logger {
 public:
     /// Exists for the interface only; the registry is never copied. The copy

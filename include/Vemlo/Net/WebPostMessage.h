@@ -12,46 +12,16 @@ class PostObject;
 
 /// \brief A one-shot HTTP/1.1 POST client that returns the reply's body.
 ///
-/// WebPostMessage posts form data over HTTP/1.1 and returns the reply's body:
-///
-/// \code{.cpp}
-/// String reply;
-/// if (WebPostMessage::SimpleHTTPMethod("http://10.1.2.3:8080/form",
-///                                      "a=1&b=2", "POST", &reply) == 1)
-///     use(reply);                       // the body after the headers
-/// \endcode
-///
-/// One call makes one TCP connection (IPv4 only, no TLS), sends one request
-/// with "Connection: close", reads until the server closes and closes. The
-/// header lines end in a bare "\n" (servers commonly accept that). The reply
-/// is not interpreted: a 404 page comes back as a body like any other, and a
-/// chunked reply comes back with its chunk-size lines.
-///
-/// Waiting: there is no timeout anywhere. The connect blocks as long as the
-/// system tries (minutes for an address that never answers) and the reply is
-/// read until the server closes the connection: a server that never answers,
-/// or streams without end, keeps the call waiting. Call it from a thread that
-/// may wait, against servers that close.
-///
-/// Memory: the reply is read into a 100,000-byte buffer; a reply that reaches
-/// that size is spooled to the file "<Base.Http.TempPath>_<n>" (n counts up
-/// per process) and read back whole once the server has closed, so the
-/// caller's memory holds the whole reply only at the end. The byte count is an
-/// int: a reply is cut before it would pass 2 GiB. The spool file is
-/// removed after reading (with "rm -rf <path>", or with remove() when the path
-/// holds characters the shell would interpret). The reply is text: it ends at
-/// its first NUL byte.
-///
-/// Sending uses send() with flags 0: a server that closes while the request
-/// is going out raises SIGPIPE, which programs that use sockets normally
-/// ignore (signal(SIGPIPE, SIG_IGN)); the call then returns 0.
-///
-/// Thread safety: calls share nothing but the spool-file counter, which is
-/// taken atomically. The configuration manager must have been created (first
-/// use) on one thread before threads post large replies, and gethostbyname()
-/// is not thread-safe: resolve host names from one thread at a time.
-///
-/// Departures: docs/Compatibility.md.
+/// One call, one IPv4 connection without TLS: one request with
+/// "Connection: close", then the reply is read until the server closes. The
+/// reply is not interpreted (a 404 page is a body like any other). There is no
+/// timeout: call it from a thread that may wait, against servers that close.
+/// Ownership: the body goes into the caller's String; large replies are spooled
+/// to "<Base.Http.TempPath>_<n>" and the file is removed after reading.
+/// Threads: calls share only an atomic counter; gethostbyname() is not
+/// thread-safe, so resolve names from one thread at a time.
+/// Failures: 0 instead of 1, with `out` unchanged; ignore SIGPIPE.
+/// Details: docs/Networking.md; departures: docs/Compatibility.md.
 class VEMLO_API WebPostMessage {
 public:
     /// Sends `body` (null: none) to `url` with `method` (null: "POST") and

@@ -13,37 +13,17 @@ namespace Service {
 
 /// \brief Abstract base of every class that works on a thread of its own.
 ///
-/// Thread is the abstract base of every class that works on a thread of its
-/// own: derive from it, implement Run(), then call Start(). The operating-
-/// system thread is created by the constructor and parked at once; Start()
-/// releases it through a handshake on one mutex and one condition. Inside the
-/// thread cancellation is disabled, so Stop() never tears Run() apart: Run()
-/// ends when it sees the stop flag (the protected member m_bStop, also
-/// readable through isStopRequested()).
-///
-/// Promises a caller must know:
-///  - State values (getState()): 3 under construction, 4 thread created,
-///    0 parked, 1 running, 2 finished or stopped. Wait() returns true both
-///    when the thread finished and when the time ran out: read the state.
-///  - Start() on a running thread is a no-op returning true. Start() after
-///    Run() returned without a Stop() polls for ever: stop before restarting.
-///  - A restart after Stop(true) works: Start() releases its handshake mutex
-///    once the thread has answered, and clears the stop flag before Run() can
-///    begin. Restart only after the previous Run() has returned (Stop(true)),
-///    or the old thread's end can overwrite the new state.
-///  - Stop(true) joins, so it returns only when Run() has returned by itself;
-///    Stop(false) and the destructor never wait for a running Run(). A thread
-///    that is to be deleted must be stopped with Stop(true) first, or handed
-///    to the ThreadMemoryRemover.
-///  - A thread that was never started is released by Stop() or by the
-///    destructor: its parked OS thread ends without calling Run() and is
-///    joined, so nothing stays parked on a destroyed object.
-///  - The state word and the stop flag are atomic and read without a lock;
-///    Start, Stop and Wait of one object must not be called concurrently.
-///  - Failures are thrown as WorkException* (codes 7221 start, 7222 stop,
-///    7223 wait; 0 from the constructor); the catcher deletes the object.
-///
-/// Departures: docs/Compatibility.md.
+/// Derive, implement Run(), call Start(). The OS thread is created parked by
+/// the constructor; Run() ends when it sees the stop flag (isStopRequested()),
+/// never by cancellation. getState(): 3 constructing, 4 created, 0 parked,
+/// 1 running, 2 finished or stopped.
+/// Ownership: stop with Stop(true) (joins) before deleting, or hand the object
+/// to the ThreadMemoryRemover; Stop(false) and the destructor never wait for a
+/// running Run().
+/// Threads: Start, Stop and Wait of one object must not be called concurrently.
+/// Failures: WorkException* 7221 start, 7222 stop, 7223 wait (0 from the
+/// constructor); the catcher deletes it.
+/// Details: docs/Threads.md; departures: docs/Compatibility.md.
 class VEMLO_API Thread {
 public:
     Thread(const Thread&) = delete;

@@ -17,33 +17,15 @@ namespace Service {
 
 /// \brief The process-wide thread reaper: deletes handed-over threads once they have finished.
 ///
-/// ThreadMemoryRemover is the process-wide thread reaper: hand it a heap-
-/// allocated Thread with addThread() and, about once a second, it deletes
-/// every handed-over thread whose state is 2 (its Run() returned, or it was
-/// stopped). It is itself a Thread, started by GetInstance().
-///
-/// \code{.cpp}
-/// Worker* w = new Worker();
-/// w->Start();
-/// ThreadMemoryRemover::GetInstance()->addThread(w); // w is the reaper's now
-/// \endcode
-///
-/// Promises a caller must know:
-///  - Before deleting a finished thread the reaper joins its OS thread
-///    (Stop(true), immediate once Run() has returned), so a thread that ended
-///    by itself leaves nothing behind.
-///  - A thread stopped with Stop(false) has state 2 while its Run() may still
-///    be going: hand over only threads stopped with Stop(true) or whose Run()
-///    ends by itself.
-///  - DestroyInstance() stops the reaper's loop and joins it before deleting
-///    it (within about 100 ms); threads still queued then are not deleted.
-///  - The reaper writes "[Run] start" (debug) to the channel
-///    "[libVemlo] ThreadMemoryRemover"; without a configured log level it
-///    runs without logging.
-///  - addThread may be called from any thread; GetInstance and
-///    DestroyInstance are not synchronised (call them from one thread).
-///
-/// Departures: docs/Compatibility.md.
+/// Hand it a heap-allocated Thread with addThread(); about once a second it
+/// joins and deletes every handed-over thread whose state is 2. It is itself a
+/// Thread, started by GetInstance().
+/// Ownership: a handed-over thread is the reaper's; hand over only threads
+/// stopped with Stop(true) or whose Run() ends by itself. DestroyInstance()
+/// stops and joins the reaper; threads still queued are not deleted.
+/// Threads: addThread from any thread; GetInstance and DestroyInstance from
+/// one thread.
+/// Details: docs/Threads.md; departures: docs/Compatibility.md.
 class VEMLO_API ThreadMemoryRemover : public Thread {
 public:
     ThreadMemoryRemover(const ThreadMemoryRemover&) = delete;

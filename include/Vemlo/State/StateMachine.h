@@ -15,47 +15,18 @@ struct StateUnit;
 
 /// \brief An event-driven state machine running on its own thread, with a history.
 ///
-/// StateMachine is a threaded event host (EventHostThread) that drives a graph
-/// of StateUnits: each message it receives fires the first transition of the
-/// current state with the message's event id, which runs the transition's
-/// action, moves to its post state (writing "[StateMachine::Run] move from [a]
-/// state to [b] state" to the "[Vemlo]" channel when the state changes), runs
-/// the new state's entry callback and records the step in the history. Any
-/// thread drives a machine by sending it messages through the dispatcher.
-///
-/// \code{.cpp}
-/// StateMachine door("door");
-/// door.setCurrentState(&closed);        // before it is registered
-/// EventHandler::getInstance()->Register(&door);
-/// ...                                   // send it events
-/// EventHandler::getInstance()->UnRegister(&door);
-/// // door goes: its thread is stopped and joined
-/// \endcode
-///
-/// Callbacks run on the machine's own thread, one message at a time, and
-/// should be quick: the dispatcher waits up to about a second for the machine
-/// to take each message. They must not throw. If one does, the machine prints
-/// "[StateMachine::Run] Exception: [<message>]", unregisters itself from the
-/// dispatcher (so that nothing is delivered to a machine whose thread is gone,
-/// which would stall the dispatcher) and then broadcasts the error event 1001
-/// with that text to every registered host; its thread ends, promptly even
-/// while the dispatcher is busy elsewhere. The exception is read, never
-/// deleted: it stays the callback's.
-///
-/// History: the last 99 records (LogElement), oldest first; older records are
-/// deleted as new ones come, and the rest when the machine goes. The current
-/// state is safe to read from any thread; the history is written by the
-/// machine's thread, so read it from another thread only after the machine has
-/// handled what you sent (e.g. after an entry callback told you so) or after
-/// its thread ended.
-///
-/// The states list is for the application's own use; the framework never
-/// reads it and deletes nothing in it.
-///
-/// Destruction stops the thread and waits for it: unregister the machine
-/// first.
-///
-/// Departures: docs/Compatibility.md.
+/// Each message fires the current state's first transition with its event id:
+/// the action runs, the state moves (logged on "[Vemlo]"), the entry callback
+/// runs and the step is recorded in the history (the last 99 records).
+/// Ownership: states and transitions are the application's; the machine owns
+/// its history. Unregister the machine before it goes: the destructor stops
+/// and joins its thread.
+/// Threads: callbacks run on the machine's thread and must be quick. The
+/// current state may be read from any thread, the history only once the
+/// machine has handled what was sent.
+/// Failures: a callback that throws ends the machine: it unregisters itself
+/// and broadcasts event 1001 with the message.
+/// Details: docs/Events.md; departures: docs/Compatibility.md.
 class VEMLO_API StateMachine : public Vemlo::Event::EventHostThread {
 public:
     /// A threaded host named `name`, no current state, empty lists.

@@ -22,27 +22,12 @@ typedef void (*StateEntryCallback)(Vemlo::Event::EventMessage* message, void* ma
 
 /// \brief One state of a StateMachine: a name, an entry callback and its transitions.
 ///
-/// StateUnit is one state of a StateMachine: a plain record with a name, an
-/// optional entry callback and the transitions that leave it. Transitions
-/// add themselves to their source state when they are made.
-///
-/// \code{.cpp}
-/// void onOpen(EventMessage* m, void* machine, StateUnit* state);
-/// StateUnit closed, open;
-/// closed.name = "closed";
-/// open.name = "open";
-/// open.onEntry = &onOpen;
-/// new Transition(&closed, &open, EV_OPEN, nullptr); // owned by `closed`
-/// \endcode
-///
-/// Ownership: a state owns its transitions (the list deletes them when the
-/// state goes); create them with new and do not delete them yourself. The
-/// name is not copied: point it at text that lives as long as the state. A
-/// state must outlive the machines and transitions that point at it.
-///
-/// `id` and `userData` are the application's; the framework never reads them.
-///
-/// Not copyable (the transition list is not).
+/// Transitions add themselves to their source state when they are made.
+/// Ownership: a state owns its transitions (make them with new); the name is
+/// not copied. A state must outlive the machines and transitions that point
+/// at it. `id` and `userData` are the application's. Not copyable.
+/// Threads: read on the machine's thread; not locked.
+/// Details and an example: docs/Events.md.
 struct VEMLO_API StateUnit {
     /// Selects the first transition of this state whose event id equals the
     /// message's, runs its action, records the step in the machine's history

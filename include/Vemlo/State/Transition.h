@@ -23,26 +23,12 @@ typedef void (*TransitionAction)(Vemlo::Event::EventMessage* message, void* mach
 
 /// \brief An edge from a source state to a post state, fired by one event id.
 ///
-/// Transition leads from a source state to a post state when a message with
-/// its event id arrives; an optional action runs before the move. The
-/// constructor adds the transition to its source state's list, which then
-/// owns it (create it with new; the state deletes it).
-///
-/// \code{.cpp}
-/// void log(EventMessage* m, void* machine, Transition* t);
-/// new Transition(&idle, &busy, EV_START, reinterpret_cast<void*>(&log));
-/// \endcode
-///
-/// A transition may know several candidate post states by name
-/// (AddPostState) and switch between them (setPostState); the current one is
-/// getPostState(). A transition whose post state is null does not fire: the
-/// machine stays where it is and nothing is run or recorded.
-///
-/// The source, post states and action are taken as void*, as existing
-/// callers pass them; the source and post states must be StateUnit*, the
-/// action a TransitionAction (or null).
-///
-/// Not copyable.
+/// The constructor adds the transition to its source state, which owns it from
+/// then on (make it with new). AddPostState and setPostState switch between
+/// named post states; with no post state it does not fire. Source, post states
+/// and action are taken as void*, as existing callers pass them. Not copyable.
+/// Threads: runs on the machine's thread; not locked.
+/// Details and an example: docs/Events.md.
 class VEMLO_API Transition : public Vemlo::Data::Object {
 public:
     /// No post state yet. A null source adds the transition to no state (the

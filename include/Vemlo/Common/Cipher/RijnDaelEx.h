@@ -13,25 +13,14 @@ namespace Cipher {
 /// \brief AES-128 (Rijndael with 128-bit blocks and keys) that keeps its key schedule
 /// inside the object.
 ///
-/// RijnDaelEx is Rijndael fixed to 128-bit blocks and 128-bit keys (that is,
-/// AES-128 of FIPS-197) with the key schedule kept inside the object. It
-/// enciphers single blocks and whole buffers block by block (no chaining, no
-/// initialisation vector), and its static helpers spread consecutive blocks
-/// over an array of objects with different keys, rotating through them.
-///
-/// Kept for existing callers: Enc, Dec and the static EncBlock/DecBlock copy a
-/// tail of 1 to 15 bytes to the output unchanged (not enciphered, no padding),
-/// so the output always has the input's length. Callers that need the tail
-/// protected pad to a multiple of 16 themselves.
-///
-/// Choices for inputs the interface does not define: a null key leaves the
-/// object unchanged; before any key is set, EncBlock and DecBlock write 16 zero
-/// bytes (never the plaintext); null buffers do nothing; the static helpers do
-/// nothing for a null array or a count below 1; SetKeys returns 0 for a null
-/// array or key, or a negative count.
-///
-/// An object is not locked; once its key is set, the block operations only
-/// read it. Objects are plain data, used in contiguous arrays by the helpers.
+/// Enciphers single 16-byte blocks and whole buffers block by block (no
+/// chaining, no IV); the static helpers rotate blocks over an array of objects
+/// with different keys. A tail of 1 to 15 bytes is copied unchanged, so the
+/// output has the input's length (see Enc).
+/// Ownership: plain data; the key schedule lives in the object.
+/// Threads: not locked; once the key is set, the block operations only read.
+/// Failures: none thrown; null keys, buffers or arrays do nothing.
+/// Details: docs/Codecs.md.
 class VEMLO_API RijnDaelEx {
 public:
     /// No key, rounds 0.
@@ -63,7 +52,8 @@ public:
     void DecBlock(const char* in, char* out);
 
     /// Enciphers each whole 16-byte block of `in` independently; a tail of 1
-    /// to 15 bytes is copied unchanged. The output has the input's length.
+    /// to 15 bytes is copied unchanged. The output has the input's length:
+    /// existing data and callers depend on that, so it is kept.
     /// Always returns 1 (also for a length below 1, which does nothing).
     int Enc(const char* in, char* out, int length);
 

@@ -28,22 +28,16 @@ typedef stAesKeySt AES_KEY;
 
 /// \brief Table-driven AES block cipher (128-, 192- and 256-bit keys) with CBC over buffers.
 ///
-/// Aes is the AES block cipher of FIPS-197 (16-byte blocks; 128-, 192- and
-/// 256-bit keys) with cipher block chaining over buffers. It is table-driven
-/// software AES, fit for processors without AES instructions.
-///
-/// An Aes object holds no state: every operation works on a key record
-/// (stAesKeySt, also named AES_KEY) that the caller allocates and owns. A
-/// record is filled by AESSetEncryptKey or AESSetDecryptKey and is then only
-/// read, so one record may be used by several threads at once.
-///
-/// AESCbcEncrypt has no error result: null buffers or an unknown direction stop
-/// the process with an assertion message on standard error, in every build.
-///
-/// Choices for inputs the interface does not define: AESEncrypt, AESDecrypt
-/// and AESCbcEncrypt do nothing when the record's rounds are not 10, 12 or 14
-/// (a record that was never set up successfully), and AESEncrypt/AESDecrypt do
-/// nothing when a pointer is null.
+/// Table-driven software AES of FIPS-197 (16-byte blocks), fit for processors
+/// without AES instructions.
+/// Ownership: the object holds no state; every operation works on a key record
+/// (stAesKeySt, also AES_KEY) that the caller allocates and owns.
+/// Threads: a record filled by AESSetEncryptKey/AESSetDecryptKey is only read
+/// afterwards, so several threads may share it.
+/// Failures: AESCbcEncrypt stops the process with an assertion message for null
+/// buffers or an unknown direction; the block calls do nothing for a record
+/// that was never set up or a null pointer.
+/// Details: docs/Codecs.md.
 class VEMLO_API Aes {
 public:
     Aes();

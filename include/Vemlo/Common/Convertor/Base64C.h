@@ -10,21 +10,14 @@ namespace Convertor {
 
 /// \brief Base64 encoding in 80-column CR LF lines, and decoding of such text.
 ///
-/// Base64C encodes with the standard alphabet and '=' padding, breaking the
-/// text into lines of 80 characters ended by carriage return and line feed,
-/// and decodes such text back. The object holds only its alphabet and padding
-/// character, set by the constructor and only read afterwards, so one object
-/// may be used by several threads at once.
-///
-/// Ownership: Base64Encode returns a NUL-terminated buffer from malloc that
-/// the caller releases with free. Base64Decode writes into the caller's
-/// buffer, which must hold len * 3 / 4 bytes (rounded down); it never writes
-/// more than that and appends no NUL.
-///
-/// Choices for inputs the interface does not define: a null `in` or a
-/// negative `len` encodes as the empty input; a null `outLen` is not written;
-/// the encoder returns null when malloc fails or the text would not fit an
-/// int. Decoding a null `in` or into a null `out` returns 0.
+/// Standard alphabet with '=' padding, lines of 80 characters ended by CR LF.
+/// Ownership: Base64Encode returns a malloc'ed, NUL-terminated buffer the
+/// caller frees; Base64Decode writes at most len * 3 / 4 bytes into the
+/// caller's buffer, with no NUL.
+/// Threads: the object is only read after construction; threads may share it.
+/// Failures: null or negative input encodes as empty; the encoder returns null
+/// when malloc fails; decoding null input or into null output returns 0.
+/// Details: docs/Codecs.md.
 class VEMLO_API Base64C {
 public:
     /// The standard alphabet and '=' as the padding character.

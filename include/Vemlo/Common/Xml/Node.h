@@ -15,22 +15,14 @@ class Attribute;
 
 /// \brief One element of an in-memory XML tree, owning its attributes and children.
 ///
-/// Node is an element of an in-memory XML tree: a name, a text value, an
-/// ordered list of attributes and an ordered list of children. The model is
-/// small on purpose: no parent link, no namespaces, and no separate text
-/// nodes (an element's text is its value). Names compare exactly and
-/// case-sensitively.
-///
+/// A name, a text value, ordered attributes and ordered children; no parent
+/// link, no namespaces, no separate text nodes. Names compare exactly.
 /// Ownership: a node owns its attributes and children (addAttribute and
-/// addChild hand them over) and deletes them, and so its whole subtree, when
-/// it is destroyed. Nodes cannot be copied. Strings returned by getName and
-/// getValue stay valid until the node changes or is destroyed.
-///
-/// LoadXML reads the scanner dialect that libVemlo's own files are written
-/// in; it is not a conforming XML parser (see XmlDocument.h). Very deep trees
-/// are handled without recursion, so no depth of nesting exhausts the stack.
-/// Null entries (from addChild(nullptr)) count in getChildNodeSize and are
-/// skipped by searches and output. A null name or value reads as empty text.
+/// addChild hand them over) and deletes its subtree; nodes cannot be copied.
+/// Threads: not locked; one thread at a time.
+/// Failures: LoadXML reads libVemlo's own scanner dialect (see XmlDocument.h)
+/// and gives 0, never throws; deep trees never exhaust the stack.
+/// Details: docs/Xml.md.
 class VEMLO_API Node {
 public:
     /// Name and value empty.

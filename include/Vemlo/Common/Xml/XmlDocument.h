@@ -13,30 +13,14 @@ namespace Xml {
 
 /// \brief The XML document applications load, search and save.
 ///
-/// XmlDocument is the root object applications load, search and save. It is
-/// an unnamed Node whose first child is the root element of the file.
-///
-/// The reader is a substring scanner for the small, regular files libVemlo
-/// writes itself (configuration and property files), not a conforming XML
-/// parser, and files written for it load the same way everywhere:
-///  - attributes may use single or double quotes (up to ten single quotes per
-///    start tag are read as double quotes);
-///  - an element ends at the first `</name>` after its start, so an element
-///    holding one of the same name is cut at the inner end tag;
-///  - a comment ends at its first '>', not at `-->`;
-///  - element names end only at a blank or '>' (a tab or newline belongs to
-///    the name);
-///  - no entity, character reference or CDATA section is decoded;
-///  - an element has a value only when its content holds no child element;
-///  - only the first top-level element is read, and a document that is just
-///    `<root/>` loads as one unnamed, empty child.
-///
-/// The writer puts every element on a new line and writes names, values and
-/// attributes as stored, without escaping: text without markup characters
-/// ('<', '>', '&', '"') loads back into the same tree.
-///
-/// Errors are thrown as XmlException* (the catcher deletes it); elements
-/// already appended before a failure stay in the tree.
+/// An unnamed Node whose first child is the root element of the file. The
+/// reader is a substring scanner for the small, regular files libVemlo writes
+/// itself, not a conforming XML parser; the writer escapes nothing.
+/// Ownership: the document owns its tree, as Node does.
+/// Threads: not locked; one thread at a time.
+/// Failures: thrown as XmlException* (the catcher deletes it); elements
+/// appended before a failure stay in the tree.
+/// Details and the dialect's rules: docs/Xml.md.
 class VEMLO_API XmlDocument : public Node {
 public:
     /// An empty document with no file name.

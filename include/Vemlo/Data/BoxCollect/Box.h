@@ -13,36 +13,16 @@ namespace BoxCollect {
 
 /// \brief An ordered key/value bag for assembling requests and responses.
 ///
-/// Box is a small ordered key/value bag for assembling requests and responses.
-/// Values are added under a key, or under an automatic key "KEY_<n>" where n
-/// is the number of entries just before the addition, and are stored as text
-/// (or as objects) in a HashTable. Adding under a key that is present replaces
-/// that entry's value in place (an old text or owned value is deleted when the
-/// new value is a text; an object replaces the pointer only, and the old value
-/// is then the caller's).
-///
-/// Since the automatic key is the count and not a running number, an entry
-/// added by hand under "KEY_<count>" is replaced by the next automatic add.
-///
-/// Unsigned long values are stored with the format "%I64d" applied to the value
-/// as one 32-bit int: a signed decimal right-aligned in a field of 64
-/// characters, values of 2^31 and above negative. Readers of these payloads
-/// depend on that exact text, so it is kept.
-///
-/// Ownership: the box owns its entries, and each entry owns its value (objects
-/// given to Add(key, Object*) included).
-///
-/// Copies share: a copy made with the copy constructor refers to the same
-/// entries as its source (an addition through one is seen by the other; the
-/// cursor is copied, then moves independently). The entries are deleted when
-/// the last box sharing them is destroyed, so copies and source may be
-/// destroyed in any order. Assignment between boxes deliberately does nothing.
-///
-/// Clear deletes every entry and also forgets their keys, so a box may be
-/// looked up and filled again by key after clearing.
-///
-/// Not locked for callers; a box (and every copy of it) must be used by one
-/// thread at a time. Every box costs one System V semaphore set.
+/// Values are added under a key, or under the automatic key "KEY_<count>", and
+/// stored as text or objects in a HashTable; adding under a present key
+/// replaces the value in place. Unsigned long values keep their old "%I64d"
+/// text, which readers depend on.
+/// Ownership: the box owns its entries, each entry its value. Copies share the
+/// entries (deleted with the last box); assignment deliberately does nothing.
+/// Threads: not locked; a box and its copies, one thread at a time. Each box
+/// costs one System V semaphore set.
+/// Failures: none thrown; absent keys read as null.
+/// Details: docs/Collections.md.
 class VEMLO_API Box {
 public:
     /// Empty, cursor 0.
@@ -66,7 +46,8 @@ public:
     int Add(const char* key, const char* value);
     /// "%d" of `value` under `key`.
     int Add(const char* key, int value);
-    /// "%I64d" of `value` as a 32-bit int under `key` (see the class comment).
+    /// "%I64d" of `value` as a 32-bit int under `key`: a signed decimal
+    /// right-aligned in 64 characters. Readers depend on that exact text.
     int Add(const char* key, unsigned long value);
     /// "%f" of `value` (six decimals) under `key`.
     int Add(const char* key, float value);

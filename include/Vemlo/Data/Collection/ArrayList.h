@@ -15,33 +15,15 @@ namespace Collection {
 /// \brief An ordered list of Object pointers with index access, optional ownership
 /// and an optional lock.
 ///
-/// ArrayList is an ordered list of Object pointers with index access, optional
-/// ownership of its items and an optional lock.
-///
-/// Ownership: when the delete flag is set (the default), the list owns its
-/// items: Clear, RemoveAt and the destructor delete them. Null items are
-/// allowed and never deleted.
-///
-/// Thread safety: with the lock flag set (the default), every list call waits
-/// while another thread holds the list's critical section, but it enters and
-/// leaves that section at once, before touching the items. The items are
-/// therefore NOT protected: a list used by several threads needs the callers'
-/// own locking around every call. Existing code depends on this early release.
-///
-/// Cost: every list, locked or not, owns one System V semaphore set for its
-/// whole life (the destructor removes it). The number of lists alive at once is
-/// bounded by the system's limit on semaphore sets. If the set cannot be
-/// created, the list still works and the locking has no effect.
-///
-/// Index access never throws: a bad index gives null, -1 or no action.
-///
-/// Text items: Add(const char*) stores a HashElement with an empty key and the
-/// text as its String value. AtString and SetValueAtString test the item's
-/// type: an item that is not a HashElement holding a String reads as null and
-/// is not changed by SetValueAtString (which then returns 0, as for a null
-/// item).
-///
-/// Lists cannot be copied or assigned.
+/// Ownership: with the delete flag set (the default) the list deletes its
+/// items in Clear, RemoveAt and the destructor; null items are never deleted.
+/// Lists cannot be copied.
+/// Threads: with the lock flag set, each call passes the list's critical
+/// section and leaves it at once, before touching the items; existing code
+/// depends on this, so shared lists need the callers' own locking.
+/// Cost: one System V semaphore set per list (without one, no locking).
+/// Failures: index access never throws; a bad index gives null, -1 or nothing.
+/// Details: docs/Collections.md.
 class VEMLO_API ArrayList : public Object {
 public:
     /// Owns its items, locked.

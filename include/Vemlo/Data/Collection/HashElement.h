@@ -14,24 +14,14 @@ class HashTable;
 
 /// \brief One key/value entry of a HashTable; owns its value.
 ///
-/// HashElement is one entry of a HashTable: a key and an Object value (a heap
-/// String for text). It is also what ArrayList::Add(const char*) stores for a
-/// bare text (with an empty key).
-///
-/// Ownership: every constructor makes the element own its value, and the
-/// destructor deletes an owned value. setValue(Object*) stores a pointer only
-/// (the old value is neither deleted nor released); setValue(const char*)
-/// deletes an owned old value first.
-///
-/// Copies share: the copy constructor copies the key, the value pointer and the
-/// owns-value flag, so both elements refer to the same value and both would
-/// delete it. A caller that copies an element must, before either of the two is
-/// destroyed, detach the value from all but one of them with
-/// setValue((Object*)nullptr) (or give one of them another value that way).
-/// Assignment deliberately does nothing: an element cannot be overwritten.
-///
-/// Text reads test the type: getStringValue gives null when the value is null
-/// or not a String.
+/// A key and an Object value (a heap String for text); also what
+/// ArrayList::Add(const char*) stores for a bare text.
+/// Ownership: an element owns its value; setValue(Object*) stores the pointer
+/// only. Copies share the value and both would delete it: detach it from all
+/// but one first. Assignment deliberately does nothing.
+/// Threads: not locked.
+/// Failures: getStringValue gives null for a null or non-String value.
+/// Details: docs/Collections.md.
 class VEMLO_API HashElement : public Object {
 public:
     /// Copies `key` (null gives the empty key); the value is a new String copy

@@ -15,33 +15,16 @@ namespace Collection {
 
 /// \brief The framework's string-keyed table, in insertion order.
 ///
-/// HashTable is the framework's string-keyed table. Its entries are
-/// HashElements kept twice: in the list it inherits from ArrayList (insertion
-/// order, index access) and in an ordered map from key to element (lookup by
-/// key). A key is entered at most once: adding under an existing key replaces
-/// the value in place and keeps the position.
-///
-/// Ownership: the table owns its elements (delete flag set) and each element
-/// owns its value. Replacing a value by an object (AddObj(key, Object*)) does
-/// NOT delete the old value: the caller keeps it. Replacing by a text deletes
-/// the old value if the element owns it. Remove(...) deletes the element and,
-/// with it, its value when the table's delete flag is set; with the delete flag
-/// switched off, removal deletes neither.
-///
-/// Lookups by key leave a trace: getElement, getValue(key) and
-/// getStringValue(key) of an absent key enter that key in the map with a null
-/// element (the count is unchanged). Existing callers rely on this.
-///
-/// Use Remove and ClearAll, not the inherited RemoveAt, Clear or Add: those
-/// work on the list only and leave the map out of step with it.
-///
-/// Text reads: getStringValue(key) never gives null: "" for an absent key, and
-/// also for an element whose value is null or not a String.
-/// getStringValue(index) gives null in all these cases.
-///
-/// Thread safety: as ArrayList (the list calls pass the lock only
-/// momentarily; the map is never locked): a table shared between threads needs
-/// the callers' own locking. Every table costs one System V semaphore set.
+/// Entries are HashElements kept in the inherited list (order, index) and in a
+/// map by key; a key is entered once, re-adding replaces in place. Lookups of
+/// an absent key leave a null entry in the map; existing callers rely on it.
+/// Use Remove and ClearAll, not the inherited list calls.
+/// Ownership: the table owns its elements, each element its value; a value
+/// replaced by AddObj(key, Object*) stays the caller's.
+/// Threads: as ArrayList: shared tables need the callers' own locking. One
+/// System V semaphore set per table.
+/// Failures: none thrown; getStringValue(key) never gives null.
+/// Details: docs/Collections.md.
 class VEMLO_API HashTable : public ArrayList {
 public:
     /// Empty; owns its elements, locked.
@@ -63,7 +46,7 @@ public:
     void AddObj(const char* key, const char* value);
 
     /// The element under `key`, or null. A missing key is left in the map
-    /// with a null element.
+    /// with a null element; existing callers rely on it.
     HashElement* getElement(const char* key);
 
     /// The value under `key`, or null (leaving a null map entry, as getElement).

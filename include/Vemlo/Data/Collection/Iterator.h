@@ -11,20 +11,15 @@ namespace Collection {
 
 /// \brief An ArrayList with a cursor: the output of operations that produce a sequence.
 ///
-/// Iterator is an ArrayList with a cursor, the output of operations that
-/// produce a sequence of values (StringUtil::SplitString, for one). It owns its
-/// items and has the lock flag set, as ArrayList() does; the same thread-safety
-/// rules apply (see ArrayList.h). Items are added with the inherited Add.
-///
-/// The usual walk:
+/// Owns its items and has the lock flag set, as ArrayList() does (same thread
+/// rules, see ArrayList.h); items are added with the inherited Add. After k
+/// successful MoveNext calls the current item is the one at index k-1.
 /// \code{.cpp}
 /// it.Reset();
 /// while (it.MoveNext())
 ///     use(it.getCurrentString());
 /// \endcode
-///
-/// The cursor counts the items passed: after k successful MoveNext calls the
-/// current item is the one at index k-1. Iterators cannot be copied.
+/// Iterators cannot be copied. Details: docs/Collections.md.
 class VEMLO_API Iterator : public ArrayList {
 public:
     /// Empty, cursor 0; owns its items, locked.

@@ -14,21 +14,12 @@ class Table;
 
 /// \brief One row of a Table: text cells in column order.
 ///
-/// Row is one row of a Table: a list of text cells, in column order. Cells are
-/// always stored as text; getInt and getDouble convert on reading (strtol /
-/// strtod, lenient: leading blanks skipped, conversion stops at the first
-/// unusable character, no digits gives 0).
-///
-/// A row owns its cells. Build one with `new`, fill it with addString and hand
-/// it to Table::addRow, which owns it from then on and lets the by-name getters
-/// find the columns.
-///
-/// Missing cells: a cell index out of range or an unknown column name gives
-/// null from getString and 0 from getInt / getDouble. A row that belongs to no
-/// table knows no column names: the by-name getters give null / 0.
-///
-/// Not locked for callers (see ArrayList.h); rows cannot be copied. Every row
-/// costs one System V semaphore set.
+/// Cells are stored as text; getInt and getDouble convert leniently on reading.
+/// Ownership: a row owns its cells; Table::addRow takes the row over.
+/// Threads: not locked (see ArrayList.h); rows cannot be copied. Each row costs
+/// one System V semaphore set.
+/// Failures: none thrown; a missing cell or unknown column gives null or 0.
+/// Details: docs/Collections.md.
 class VEMLO_API Row : private ArrayList {
 public:
     /// No cells, no column table.

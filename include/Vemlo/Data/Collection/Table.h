@@ -13,22 +13,13 @@ namespace Collection {
 
 /// \brief A query result: column names and rows, walked with a cursor.
 ///
-/// Table holds the result of a query: its column names, in order, and its rows
-/// (see Row.h), walked with a cursor:
-/// \code{.cpp}
-/// table.Reset();
-/// while (table.MoveNext())
-///     use(table.getCurrent()->getInt("id"));
-/// \endcode
-///
-/// Ownership: the table owns the rows given to addRow and deletes them with
-/// itself. A null row is refused (addRow returns false).
-///
-/// A column's position in the column list is its cell index in every row.
-/// Adding an existing column name again keeps its position.
-///
-/// Not locked for callers (see ArrayList.h); tables cannot be copied. A table
-/// costs two System V semaphore sets (rows and columns), plus one per row.
+/// Column names in order (a column's position is its cell index in every row)
+/// and rows, walked with Reset and MoveNext.
+/// Ownership: the table owns the rows given to addRow and deletes them.
+/// Threads: not locked (see ArrayList.h); tables cannot be copied. A table
+/// costs two System V semaphore sets, plus one per row.
+/// Failures: none thrown; addRow refuses a null row.
+/// Details: docs/Collections.md.
 class VEMLO_API Table : private ArrayList {
 public:
     /// No rows, no columns, cursor 0.

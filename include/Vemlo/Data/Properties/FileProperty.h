@@ -14,26 +14,14 @@ class Property;
 
 /// \brief A property set loaded from a named file, with an optional key prefix for reads.
 ///
-/// FileProperty is a property set loaded from a named file, in the XML format
-/// (format code 6301) unless told otherwise, with an optional key prefix.
-/// The prefix applies to reads only: after setPrefix("Base"), getValue
-/// ("Log.Level") reads "Base.Log.Level", while setValue("Log.Level", v) stores
-/// "Log.Level". Existing callers depend on this asymmetry.
-///
-/// The IProperty base is private: only the class hierarchy (and the property
-/// managers, which hand a set out as IProperty*) converts a FileProperty* to
-/// the interface.
-///
-/// Ownership: the object owns its loaded set, which setFileName replaces and
-/// the destructor deletes. A copy loads its own set again from the same file
-/// in the same format, so the two objects share nothing (changes not yet
-/// written with Update are not copied). Assignment does nothing.
-///
-/// After a failed setFileName the object holds no set: reads give "", 0 or
-/// null, writes are ignored (an object passed to setObjValue stays the
-/// caller's) and Update returns 0.
-///
-/// Thread safety: none.
+/// XML format (6301) unless told otherwise. The key prefix applies to reads
+/// only; existing callers depend on this asymmetry.
+/// Ownership: the object owns its loaded set; a copy loads its own set from the
+/// same file; assignment does nothing. The IProperty base is private.
+/// Threads: none.
+/// Failures: after a failed setFileName the object holds no set: reads give "",
+/// 0 or null, writes are ignored and Update returns 0.
+/// Details: docs/Configuration.md.
 class VEMLO_API FileProperty : private IProperty {
 public:
     /// No prefix; loads `path` as an XML property file (setFileName(path,
@@ -77,7 +65,8 @@ public:
     const char* getFileName();
 
     /// Stores `prefix` followed by "." (nothing at all for an empty or null
-    /// prefix).
+    /// prefix). Reads prepend it, writes do not: existing callers depend on
+    /// this asymmetry.
     void setPrefix(const char* prefix);
 
     /// Writes the set back to its file: the set's Update(file name). 0 when

@@ -11,40 +11,14 @@ namespace Properties {
 
 /// \brief A property set stored in a plain-text file of `key=value;` lines.
 ///
-/// PlaneTextProperty is the property set stored in a plain-text file of
-/// `key=value;` lines, one entry a line:
-///  - a line holding '#' anywhere is ignored as a whole (not just after it);
-///  - the key is everything before the first '=', at most 255 bytes;
-///  - the value runs from after the '=' to the first ';', at most 255 bytes;
-///    a line without '=' or ';' is ignored, and text after the ';' too;
-///  - nothing is trimmed: "a = b;" stores the key "a " and the value " b".
-///
-/// Lines are read in pieces of up to 1999 bytes: a longer line is parsed as
-/// several lines, each piece on its own. A zero byte ends the piece it is in.
-///
-/// A missing or empty file is created holding the single line
-/// "Comment=Trimlo Configuration File;" (no newline), which loads as the entry
-/// Comment; that first Load returns 0 without reading anything. A file whose
-/// first line holds neither '=' nor '#' is not read at all.
-///
-/// Update writes every entry, in table order, as "key=value;\n" into
-/// "<path>.tmp" and moves it over the file with the shell command
-/// "mv -f <tmp> <path>", so the file is replaced only after the new one has
-/// been written in full. Every entry is written as it is: a value holding ';'
-/// or a newline reloads cut at it, as the format has always had it. A write
-/// error (a full disk, a file size limit) gives a non-zero status, removes
-/// the temporary file and leaves the old file as it was. A failed move is
-/// reported by the command's status only. Paths are passed to the shell
-/// quoted where needed. The new file gets the old one's owner (where the
-/// process may give it) and permission bits, is synced before the move and
-/// the folder after it, so that a power cut leaves the old file or the new
-/// one, whole. A path that is a symbolic link stays a link: the file it
-/// points at is replaced, through "<that file>.tmp". Departures:
-/// docs/Compatibility.md.
-///
-/// Failures are thrown as PropertyException* (the catcher deletes it).
-/// Messages print to standard output ("PlanText Property :: IsValidate Start "
-/// when a file is created).
+/// One `key=value;` entry a line, nothing trimmed, '#' anywhere skips the line;
+/// a missing file is created with one Comment entry. Update writes a temporary
+/// file and moves it over the old one, so a power cut leaves one file whole.
+/// Ownership: the set owns its table (see Property).
+/// Threads: none.
+/// Failures: thrown as PropertyException* (the catcher deletes it); messages
+/// print to standard output.
+/// Details: docs/Configuration.md; departures: docs/Compatibility.md.
 class VEMLO_API PlaneTextProperty : public Property {
 public:
     /// An empty set; nothing is read until Load.

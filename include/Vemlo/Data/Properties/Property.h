@@ -15,24 +15,13 @@ namespace Properties {
 
 /// \brief A property set kept in a HashTable; the subclasses read and write the file.
 ///
-/// Property keeps the values of a property set in a HashTable (insertion
-/// order, exact keys) and leaves reading and writing the file to its
-/// subclasses: PlaneTextProperty (`key=value;` lines) and XmlProperty (nested
-/// elements). Applications normally get a set through FileProperty or the
-/// configuration manager rather than building one.
-///
-/// The IProperty base is private: outside the class hierarchy a Property* does
-/// not convert to IProperty* (or Object*), so a set cannot be stored in a
-/// collection or deleted through the interface by accident.
-///
-/// Ownership: the set owns its table and, through it, every value (see
-/// HashTable.h for replaced object values, which stay the caller's).
-/// Copying shares the table: the copy constructor takes over the table pointer,
-/// so the copy and the original would both delete it. Neither the copy nor the
-/// assignment (which does nothing) is used by the framework; do not copy sets.
-///
-/// Thread safety: none; a set shared between threads needs the callers' own
-/// locking. Every set costs one System V semaphore set (its table's).
+/// Values in a HashTable (insertion order, exact keys); the subclasses
+/// PlaneTextProperty and XmlProperty read and write the file. Applications get
+/// sets through FileProperty or the configuration manager.
+/// Ownership: the set owns its table and every value. The IProperty base is
+/// private; do not copy sets (a copy would share and delete the table).
+/// Threads: none. Each set costs one System V semaphore set.
+/// Details: docs/Configuration.md.
 class VEMLO_API Property : private IProperty {
 public:
     /// An empty set with its own empty table.

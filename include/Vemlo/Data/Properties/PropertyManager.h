@@ -17,26 +17,14 @@ class IProperty;
 
 /// \brief Loads property files by name from one folder and keeps one set per name.
 ///
-/// PropertyManager finds property files by name in one folder below the
-/// working directory and keeps one loaded set per name: getInstance("net")
-/// loads "<folder path>net<extension>" on first use and returns the same
-/// object afterwards, so later changes of the file are not seen until the
-/// manager is destroyed. Subclasses choose the folder, the extension and the
-/// default name, and build the sets (BuildProperty). ConfigurationManager is
-/// the framework's manager.
-///
-/// The folder path is "<$VEMLO_WORKING_DIRECTORY>/Vemlo/<folder name>/",
-/// computed once per process, on first need, from the first manager's folder
-/// name and the environment at that moment (at most the variable's first 199
-/// bytes); it is shared by every manager afterwards. With the variable unset
-/// the path starts at "/".
-///
-/// Ownership: the manager owns the sets it caches and deletes them with
-/// itself; callers must not delete a set they got from it. A copy has the same
-/// settings and an empty cache of its own.
-///
-/// Thread safety: none. The cache and the folder path are meant to be filled
-/// from one thread before others use them.
+/// getInstance(name) loads "<folder path><name><extension>" on first use and
+/// returns the same set afterwards. The folder path,
+/// "<$VEMLO_WORKING_DIRECTORY>/Vemlo/<folder name>/", is computed once per
+/// process. Subclasses choose folder, extension, default name and format.
+/// Ownership: the manager owns the sets it caches; callers must not delete
+/// them. A copy starts with an empty cache.
+/// Threads: none; fill the cache from one thread before others use it.
+/// Details: docs/Configuration.md.
 class VEMLO_API PropertyManager {
 public:
     /// An empty cache; the settings are empty until a subclass sets them.
@@ -52,8 +40,8 @@ public:
     /// Deletes every cached set.
     virtual ~PropertyManager();
 
-    /// The folder path, computed on the first call in the process (see the
-    /// class comment).
+    /// The folder path, computed on the first call in the process from the
+    /// environment at that moment (see docs/Configuration.md).
     String getFolderPath();
 
     /// The cached set for `name`, else the one built from

@@ -19,42 +19,15 @@ namespace Properties {
 
 /// \brief A property set stored in an XML file with the root element FileProperty.
 ///
-/// XmlProperty is the property set stored in an XML file whose root element is
-/// FileProperty. Every leaf element below the root is an entry: its key is the
-/// names on the path from the root's child down to it, joined by '.', and its
-/// value is its text:
-/// \code{.cpp}
-/// <FileProperty><Base><Log><Level>3</Level></Log></Base></FileProperty>
-/// \endcode
-/// holds the entry Base.Log.Level = 3. An element with children is a branch,
-/// never an entry, even if it has text; attributes are ignored; of two
-/// elements with the same path the later wins. Keys are cut at 2047 bytes.
-/// This is the format of the configuration (format code 6301).
-///
-/// The file is read once per object: the first IsValidate (or Load) reads it
-/// into a document that the set keeps; later calls reuse that document. A
-/// missing file is created holding "<FileProperty></FileProperty>" and
-/// accepted at once, so a new set starts empty. Update writes the set into the
-/// kept document (creating the elements of new keys) and the document into
-/// the file. The file is replaced whole: the text goes to a temporary file
-/// next to it ("<file>.tmp.<pid>.<n>"), which is synced and renamed over it,
-/// and the folder is synced, so that a power cut leaves the old file or the
-/// new one. A path that is a symbolic link stays a link (the file it points at
-/// is replaced); owner and permission bits are kept. A file that cannot be
-/// replaced that way (its folder not writable, an owner the process cannot
-/// give, other hard links) is written in place. A missing file is created the
-/// same way. Departures: docs/Compatibility.md. An entry whose element would not load back as
-/// itself (markup characters such as '<' in its value, a key part that is no element name, such as
-/// an empty part or one with a blank, or one naming an element above it) is left out, reported with
-/// the line "[XmlProperty::Update] update fail <i> element [<key>] would not load back", and every
-/// other entry is written: the file always loads. Blanks around values are not kept by the format.
-///
-/// Malformed XML makes IsValidate and Load throw XmlException* (the catcher
-/// deletes it); the set then keeps no document and the next call reads the
-/// file again. Messages print to standard output: "xml property file [<path>]
-/// exists " or "... does not exist " when the file is read or created.
-///
-/// Ownership: the set owns its document and its table. Thread safety: none.
+/// Every leaf element below the root is an entry keyed by its path joined with
+/// '.': `<FileProperty><Base><Log><Level>3</Level></Log></Base></FileProperty>`
+/// holds Base.Log.Level = 3. The file is read once per object; a missing file
+/// is created empty. Update replaces the file whole (temporary file, sync,
+/// rename) and leaves out entries that would not load back.
+/// Ownership: the set owns its document and its table.
+/// Threads: none.
+/// Failures: malformed XML throws XmlException* (the catcher deletes it).
+/// Details: docs/Configuration.md; departures: docs/Compatibility.md.
 class VEMLO_API XmlProperty : public Property {
 public:
     /// An empty set without a document; nothing is read until IsValidate or
@@ -82,7 +55,7 @@ public:
 
     /// Writes every entry into the document, then the document to `path`.
     /// 1 when the file was written with every entry; 0 when an entry was left
-    /// out (the file is written with the others, see the class comment) or
+    /// out (the file is written with the others, see docs/Configuration.md) or
     /// the file was not written: no document could be had (it is read from
     /// `path` first when none is held), an entry is null ("[XmlProperty::Update]
     /// update fail <i> element is NULL" is printed), or the file cannot be

@@ -14,31 +14,15 @@ namespace Socket {
 
 /// \brief The client end of a stream socket: sends, receives and closes.
 ///
-/// ClientBase is the client end of a stream socket: TCPClient and UDSClient
-/// open the connection (Connect), this class sends, receives and closes.
-///
-/// \code{.cpp}
-/// Vemlo::Net::Socket::TCPClient client;
-/// try {
-///     client.Connect(const_cast<char*>("192.168.0.10"), 0, 5000);
-/// } catch (Vemlo::Net::NetException* e) { ...; delete e; }
-/// client.Send(buffer, length);          ///< the whole buffer, or -1
-/// int n = client.Receive(reply, sizeof reply);
-/// \endcode
-///
-/// Ownership: the object owns at most one descriptor and closes it in Close
-/// and in its destructor. Descriptor 0 means "none": a socket that happens to
-/// be descriptor 0 is never closed by the object. Objects cannot be copied
-/// (two copies would close the same descriptor).
-///
-/// Sending uses send() with flags 0, so writing to a peer that has gone raises
-/// SIGPIPE; programs that talk to sockets normally ignore it
-/// (signal(SIGPIPE, SIG_IGN)) and then see Send return -1.
-///
-/// Thread safety: none. One object is used by one thread at a time; different
-/// objects may be used by different threads.
-///
-/// Departures: docs/Compatibility.md.
+/// TCPClient and UDSClient open the connection (Connect); this class sends,
+/// receives and closes. Send uses flags 0: ignore SIGPIPE to see -1 from a
+/// peer that has gone.
+/// Ownership: at most one descriptor, closed by Close and the destructor;
+/// descriptor 0 means none. Objects cannot be copied.
+/// Threads: none; one object, one thread at a time.
+/// Failures: Connect throws NetException* (the catcher deletes it); Send and
+/// Receive report through their results.
+/// Details: docs/Networking.md; departures: docs/Compatibility.md.
 class VEMLO_API ClientBase {
 public:
     /// No socket yet (descriptor 0), the unused areas zeroed, and the

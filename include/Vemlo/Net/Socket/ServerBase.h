@@ -12,28 +12,14 @@ namespace Socket {
 
 /// \brief The listening end of a stream socket: listens, accepts and closes.
 ///
-/// ServerBase is the listening end of a stream socket: TCPServer and UDSServer
-/// create and bind it (Bind), this class listens, accepts and closes. Each
-/// call is one pass-through to the system call, reporting through its result.
-///
-/// \code{.cpp}
-/// Vemlo::Net::Socket::TCPServer server;
-/// if (server.Bind(5000, nullptr) == 0 && server.Listen(8) == 0) {
-///     sockaddr_in peer;
-///     int fd = server.Accept(reinterpret_cast<sockaddr*>(&peer));
-///     ...                               // fd is the caller's to close
-/// }
-/// \endcode
-///
-/// Ownership: the object owns its listening descriptor and closes it in Close
-/// and in its destructor whenever it is not 0, negative values included (the
-/// client side closes only values greater than 0; both are kept as they are
-/// for existing callers). Accepted descriptors belong to the caller. Objects
-/// cannot be copied.
-///
-/// Thread safety: none; one object, one thread at a time.
-///
-/// Departures: docs/Compatibility.md.
+/// TCPServer and UDSServer create and bind the socket (Bind); this class
+/// listens, accepts and closes, each call one pass-through to the system call.
+/// Ownership: the listening descriptor is the object's, closed whenever it is
+/// not 0 (kept for existing callers); accepted descriptors are the caller's.
+/// Objects cannot be copied.
+/// Threads: none; one object, one thread at a time.
+/// Failures: reported through each call's result.
+/// Details: docs/Networking.md; departures: docs/Compatibility.md.
 class VEMLO_API ServerBase {
 public:
     /// No socket yet (descriptor 0).
@@ -60,6 +46,7 @@ public:
 
     /// Closes a descriptor that is not 0 (negative ones too) and returns
     /// close()'s result; 0 when there is none. The descriptor is 0 afterwards.
+    /// Unlike the client's test (greater than 0); kept for existing callers.
     int Close();
 
 protected:

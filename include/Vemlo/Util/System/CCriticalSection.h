@@ -29,21 +29,13 @@ namespace System {
 
 /// \brief A non-recursive critical section on a private System V semaphore set.
 ///
-/// CCriticalSection is a critical section held in the kernel: each object owns
-/// one private System V semaphore set (value 0 free, 1 held), created by the
-/// constructor and removed by the destructor, so every live section costs one
-/// of the system's semaphore sets. Header-only.
-///
-/// Promises a caller must know:
-///  - It is not recursive: entering a section the thread already holds waits
-///    for ever.
-///  - No SEM_UNDO: a thread or process that dies holding it leaves it held.
-///  - If the set cannot be created (the system limit is reached), the object
-///    still constructs with id -1, and Lock/Unlock then have no effect.
-///  - A set whose id is 0 is never removed by the destructor (the test is
-///    "greater than zero"); long-standing behaviour that is kept. On Linux
-///    only the very first set created in an IPC namespace gets id 0.
-///  - Results of semop are ignored and an interrupted wait is not retried.
+/// Each object owns one private System V semaphore set (0 free, 1 held),
+/// removed by the destructor, except a set with id 0 (kept as deployed devices
+/// have it). Not recursive; no SEM_UNDO. Header-only.
+/// Threads: any thread may enter; CSingleLock holds it for a scope.
+/// Failures: past the system's limit it constructs with id -1 and locks
+/// nothing; semop results are ignored and interrupted waits not retried.
+/// Details and sizing the system's limits: docs/Locks.md.
 class VEMLO_API CCriticalSection : public Semaphore {
 public:
     /// Creates a private semaphore set and sets its value to 0 (free). A
