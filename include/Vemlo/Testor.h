@@ -17,6 +17,7 @@
 /// number failed. Files a routine writes go to
 /// `<working directory>/Vemlo/Testor/` and are removed by it. Not thread-safe:
 /// run one Testor at a time.
+/// Details: docs/SelfTest.md.
 class VEMLO_API Testor {
 public:
     Testor();

@@ -15,6 +15,7 @@ namespace Common {
 /// that catches the pointer owns the object and deletes it, through an
 /// Exception* if it likes (the destructor is virtual). Each object carries a
 /// message and an int code. The family does not derive from std::exception.
+/// Details: docs/Strings.md.
 class VEMLO_API Exception {
 public:
     /// Empty message, code 0.

@@ -17,6 +17,7 @@ namespace Config {
 /// \endcode
 /// It is a FileProperty (loaded on construction, prefix applied to reads only)
 /// and adds nothing to it.
+/// Details: docs/Configuration.md.
 class VEMLO_API Configuration : public Vemlo::Data::Properties::FileProperty {
 public:
     /// Loads `path` in format `type` (6301: XML, anything else: plain text).

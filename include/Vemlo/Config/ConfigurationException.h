@@ -13,6 +13,7 @@ namespace Config {
 /// Reports that the process-wide configuration cannot be loaded (code 7201).
 /// Thrown as a pointer (`throw new ConfigurationException(message, code)`); the handler
 /// that catches it owns it and deletes it.
+/// Details: docs/Configuration.md.
 class VEMLO_API ConfigurationException : public Vemlo::Common::Exception {
 public:
     /// The same three forms as Exception: (), (message), (message, code).

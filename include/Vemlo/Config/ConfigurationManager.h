@@ -20,7 +20,7 @@ namespace Config {
 /// Threads: none. Create it on the main thread before other threads use the
 /// configuration; destroy it after they have stopped.
 /// Failures: see PropertyManager and XmlProperty.
-/// Details: docs/Configuration.md.
+/// Details: docs/Configuration.md; departures: docs/Compatibility.md.
 class VEMLO_API ConfigurationManager : public Vemlo::Data::Properties::PropertyManager {
 public:
     /// Default name "default", folder "Conf", extension ".config".

@@ -13,6 +13,7 @@ namespace DB {
 /// Reports a database failure (code 0).
 /// Thrown as a pointer (`throw new DBException(message, code)`); the handler
 /// that catches it owns it and deletes it.
+/// Details: docs/Database.md.
 class VEMLO_API DBException : public Vemlo::Common::Exception {
 public:
     /// The same three forms as Exception: (), (message), (message, code).

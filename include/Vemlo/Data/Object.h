@@ -12,6 +12,7 @@ namespace Data {
 /// Object is the empty polymorphic base of everything kept in a libVemlo
 /// collection. Collections delete their items through an Object*, so every
 /// storable class derives from it publicly.
+/// Details: docs/Collections.md.
 class VEMLO_API Object {
 public:
     Object() = default;

@@ -13,6 +13,7 @@ namespace Event {
 /// Reports a failure of the event dispatcher (code 7301).
 /// Thrown as a pointer (`throw new EventException(message, code)`); the handler
 /// that catches it owns it and deletes it.
+/// Details: docs/Events.md.
 class VEMLO_API EventException : public Vemlo::Common::Exception {
 public:
     /// The same three forms as Exception: (), (message), (message, code).

@@ -13,6 +13,7 @@ namespace Log {
 /// Reports a logging set-up failure, such as a missing log level (code 7252).
 /// Thrown as a pointer (`throw new LogException(message, code)`); the handler
 /// that catches it owns it and deletes it.
+/// Details: docs/Logging.md.
 class VEMLO_API LogException : public Vemlo::Common::Exception {
 public:
     /// The same three forms as Exception: (), (message), (message, code).

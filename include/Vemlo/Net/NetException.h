@@ -13,6 +13,7 @@ namespace Net {
 /// Reports a socket failure (code 1004 for a failed connect, otherwise 0).
 /// Thrown as a pointer (`throw new NetException(message, code)`); the handler
 /// that catches it owns it and deletes it.
+/// Details: docs/Networking.md.
 class VEMLO_API NetException : public Vemlo::Common::Exception {
 public:
     /// The same three forms as Exception: (), (message), (message, code).

@@ -23,6 +23,7 @@ namespace Net {
 /// the spool file and the socket are the business of whoever runs the
 /// exchange: the destructor forgets the file without closing it and neither
 /// frees the buffer nor closes the socket.
+/// Details: docs/Networking.md.
 class VEMLO_API PostObject {
 public:
     /// Empty texts, port 80, no body, no buffer (capacity 5000 noted), no

@@ -13,6 +13,7 @@ namespace Service {
 /// Reports a failure to start, stop or wait for a Thread (codes 7221, 7222, 7223).
 /// Thrown as a pointer (`throw new WorkException(message, code)`); the handler
 /// that catches it owns it and deletes it.
+/// Details: docs/Threads.md.
 class VEMLO_API WorkException : public Vemlo::Common::Exception {
 public:
     /// The same three forms as Exception: (), (message), (message, code).

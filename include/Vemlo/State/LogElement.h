@@ -20,6 +20,7 @@ class Transition;
 /// the message's event id changes what is recorded). A StateMachine keeps the
 /// last 99 in its history and deletes the older ones. The record points at
 /// the transition and the state; it does not own them.
+/// Details: docs/Events.md.
 class VEMLO_API LogElement : public Vemlo::Data::Object {
 public:
     /// Stamps the record with the current local time.

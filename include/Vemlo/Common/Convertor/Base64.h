@@ -9,30 +9,21 @@ namespace Common {
 namespace Convertor {
 /// \brief Base64 encoding and decoding without line breaks, as two stateless functions.
 ///
-/// Base64 encoding and decoding with the standard alphabet (A-Z a-z 0-9 + /)
-/// and '=' padding, as two plain functions without state; safe to call from
-/// any number of threads.
-///
-/// Kept for existing callers, who subtract the one themselves: when the input
-/// length is a multiple of 3 (0 included), the length reported by
-/// _base64_encode is one more than the number of characters.
-///
-/// Ownership: _base64_encode returns a NUL-terminated buffer from malloc that
-/// the caller releases with free. _base64_decode writes into the caller's
-/// buffer, which must hold (strlen(in) / 4) * 3 + 3 bytes; it never writes
-/// more than that.
-///
-/// Choices for inputs the interface does not define: a null `in` or a
-/// negative `len` encodes as the empty input; a null `outLen` is not written;
-/// the encoder returns null when malloc fails or the text would not fit an
-/// int. The decoder reads a null `in` as the empty text and returns -1 for a
-/// null `out`.
+/// Standard alphabet (A-Z a-z 0-9 + /) and '=' padding, as two plain
+/// functions without state; safe from any number of threads. The length the
+/// encoder reports is one too many when the input length is a multiple of 3
+/// (see _base64_encode; kept for existing callers, who subtract the one).
+/// Ownership: the encoder returns malloc'ed text the caller frees; the decoder
+/// writes into the caller's buffer of (strlen(in) / 4) * 3 + 3 bytes.
+/// Failures: null or negative input encodes as empty; the encoder returns null
+/// when malloc fails; the decoder returns -1 for a null `out`.
+/// Details: docs/Codecs.md.
 namespace Base64 {
 
 /// Encodes `len` bytes of `in` into new NUL-terminated text without line
 /// breaks. `*outLen` is the number of characters when `len` is not a multiple
 /// of 3, and the number of characters plus one when it is (an empty input
-/// gives "" and 1).
+/// gives "" and 1); kept for existing callers, who subtract the one.
 VEMLO_API char* _base64_encode(unsigned char* in, int len, int* outLen);
 
 /// Decodes the NUL-terminated text `in` into `out` (`len` is not used).

@@ -13,6 +13,7 @@ namespace Convertor {
 /// CRC16 computes the 16-bit CRC of the polynomial 0x1021, least significant
 /// bit first, starting from 0 with no final XOR (the CRC-16/KERMIT parameter
 /// set: "123456789" gives 0x2189). Stateless; safe from any thread.
+/// Details: docs/Codecs.md.
 class VEMLO_API CRC16 {
 public:
     CRC16();

@@ -15,13 +15,10 @@ namespace Convertor {
 /// the result of one call as the first argument of the next continues it over
 /// concatenated buffers; 0 starts a new one.
 ///
-/// crc_table is the byte-wise table of the reflected polynomial 0xEDB88320. It
-/// is stored pre-filled and rebuilt once more on first use: bFlag starts as 1,
-/// and the first crc32 call (or a make_crc_table call) fills the table and sets
-/// bFlag to 0. The rebuild writes the values already there, so concurrent
-/// first calls from several threads are harmless. crc32 itself computes from
-/// read-only copies of these values (and derived tables that take eight bytes
-/// a step), so its result never depends on what is in crc_table.
+/// crc_table (the table of the reflected polynomial 0xEDB88320) and bFlag are
+/// public data kept for existing callers; crc32 never reads the table, so its
+/// result does not depend on it, and concurrent calls are safe.
+/// Details: docs/Codecs.md.
 class VEMLO_API CRC32 {
 public:
     CRC32();
@@ -37,8 +34,10 @@ public:
 
     /// 1 until the table has been rebuilt, then 0.
     static int bFlag;
-    /// The byte-wise table of the reflected polynomial 0xEDB88320 (see the
-    /// class comment); crc32 does not read it.
+    /// The byte-wise table of the reflected polynomial 0xEDB88320, stored
+    /// pre-filled and rebuilt with the same values on first use, so concurrent
+    /// first calls are harmless. crc32 computes from read-only copies (and
+    /// derived tables taking eight bytes a step) and does not read it.
     static unsigned int crc_table[256];
 };
 

@@ -14,6 +14,7 @@ namespace Xml {
 /// Attribute is one `name="value"` pair of an XML element. A Node owns the
 /// attributes added to it. Names and values are stored as given: nothing is
 /// escaped or decoded. A null text is read as the empty text.
+/// Details: docs/Xml.md.
 class VEMLO_API Attribute {
 public:
     /// Name and value empty.

@@ -17,6 +17,7 @@ class Node;
 /// NodeList holds the nodes a search found, in the order found. It owns only
 /// its own storage: deleting it never deletes a node. A list returned by a
 /// search belongs to the caller, who deletes it.
+/// Details: docs/Xml.md.
 class VEMLO_API NodeList {
 public:
     NodeList();

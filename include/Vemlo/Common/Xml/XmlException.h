@@ -14,6 +14,7 @@ namespace Xml {
 /// Reports that an XML document cannot be loaded (code 7241).
 /// Thrown as a pointer (`throw new XmlException(message, code)`); the handler
 /// that catches it owns it and deletes it.
+/// Details: docs/Xml.md.
 class VEMLO_API XmlException : public Vemlo::Common::Exception {
 public:
     /// The same three forms as Exception: (), (message), (message, code).

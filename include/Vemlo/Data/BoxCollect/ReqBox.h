@@ -19,6 +19,7 @@ namespace BoxCollect {
 ///
 /// Copying shares the entries as Box does (see Box.h) and copies the two texts;
 /// assignment copies the two texts only and leaves the entries as they are.
+/// Details: docs/Collections.md.
 class VEMLO_API ReqBox : public Box {
 public:
     /// No entries; both texts empty.

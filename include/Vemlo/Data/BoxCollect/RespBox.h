@@ -16,6 +16,7 @@ namespace BoxCollect {
 /// empty after construction. Copying shares the entries as Box does (see
 /// Box.h) and copies the result text; assignment copies the result text only
 /// and leaves the entries as they are.
+/// Details: docs/Collections.md.
 class VEMLO_API RespBox : public Box {
 public:
     /// No entries, empty result.

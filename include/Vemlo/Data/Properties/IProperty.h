@@ -23,6 +23,7 @@ namespace Properties {
 ///
 /// Ownership and thread safety are the implementing class's; no implementation
 /// of the framework locks its accesses.
+/// Details: docs/Configuration.md.
 class VEMLO_API IProperty : public Vemlo::Data::Object {
 public:
     IProperty() = default;

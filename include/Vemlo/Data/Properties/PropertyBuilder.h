@@ -18,6 +18,7 @@ constexpr int PROPERTY_TYPE_XML = 6301;
 /// PropertyBuilder creates the property set for a file and format code and
 /// loads it: PROPERTY_TYPE_XML (6301) gives an XmlProperty, every other code a
 /// PlaneTextProperty. The caller owns the set it returns.
+/// Details: docs/Configuration.md.
 class VEMLO_API PropertyBuilder {
 public:
     /// Creates the set for `type`, checks the file with IsValidate and, when

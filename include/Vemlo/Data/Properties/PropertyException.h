@@ -20,6 +20,7 @@ namespace Properties {
 /// read only by the class itself. Code that wants it catches
 /// PropertyException* by name; the configuration manager relies on this to
 /// turn it into a ConfigurationException.
+/// Details: docs/Configuration.md.
 class VEMLO_API PropertyException : private Vemlo::Common::Exception {
 public:
     /// The same three forms as Exception: (), (message), (message, code).

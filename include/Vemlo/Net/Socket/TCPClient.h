@@ -12,18 +12,13 @@ namespace Socket {
 /// \brief A client that connects to an IPv4 host and port, with a 5-second connect timeout.
 ///
 /// TCPClient connects to an IPv4 host and port; sending, receiving and
-/// closing are ClientBase's.
-///
-/// Connect waits at most 5 seconds for the connection, whatever integer the
-/// caller passes. A connection that the system completes at once, without
-/// waiting, is reported as the failure "cannot connect to server: fail-" and
-/// the connected socket is kept in the object until Close or destruction:
-/// existing callers catch that message and go on using the socket, so this is
-/// kept. On Linux, connect() on a non-blocking TCP socket normally never
-/// completes at once, even to the local host.
-///
-/// Host names are resolved with gethostbyname(), which is not thread-safe:
+/// closing are ClientBase's. Connect waits at most 5 seconds, whatever integer
+/// the caller passes. A connection the system completes at once is reported as
+/// the failure "cannot connect to server: fail-" with the socket kept: existing
+/// callers catch that message and go on, so it is kept (Linux never completes
+/// a non-blocking TCP connect at once). gethostbyname() is not thread-safe:
 /// resolve from one thread at a time, or pass dotted addresses.
+/// Details: docs/Networking.md; departures: docs/Compatibility.md.
 class VEMLO_API TCPClient : public ClientBase {
 public:
     TCPClient();

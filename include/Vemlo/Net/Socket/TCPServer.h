@@ -13,6 +13,7 @@ namespace Socket {
 ///
 /// TCPServer listens on a TCP port of every IPv4 interface (INADDR_ANY);
 /// listening, accepting and closing are ServerBase's.
+/// Details: docs/Networking.md; departures: docs/Compatibility.md.
 class VEMLO_API TCPServer : public ServerBase {
 public:
     TCPServer();

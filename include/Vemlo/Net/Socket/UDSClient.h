@@ -14,6 +14,7 @@ namespace Socket {
 /// UDSClient connects to a Unix-domain stream socket by path; sending,
 /// receiving and closing are ClientBase's. The connect blocks without a
 /// timeout (a local server that listens answers at once).
+/// Details: docs/Networking.md; departures: docs/Compatibility.md.
 class VEMLO_API UDSClient : public ClientBase {
 public:
     UDSClient();

@@ -15,6 +15,7 @@ namespace Socket {
 /// and closing are ServerBase's. Bind removes any file of the same name
 /// first, and the socket file is left in place when the server closes: remove
 /// it with unlink() when it is no longer wanted.
+/// Details: docs/Networking.md; departures: docs/Compatibility.md.
 class VEMLO_API UDSServer : public ServerBase {
 public:
     UDSServer();

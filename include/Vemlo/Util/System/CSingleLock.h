@@ -14,6 +14,7 @@ namespace System {
 /// CSingleLock enters a CCriticalSection when it is made and leaves it when it
 /// is destroyed, also when an exception passes. A null section makes it do
 /// nothing. The guard does not own the section. Header-only.
+/// Details: docs/Locks.md.
 class VEMLO_API CSingleLock {
 public:
     /// Enters `section`, waiting while another thread holds it; a null

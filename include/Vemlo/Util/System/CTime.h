@@ -17,6 +17,7 @@ namespace System {
 /// and the state machine its history records. A new CTime is empty until
 /// CheckNow() fills it. One object must not be used by two threads at once;
 /// distinct objects may be used from any thread.
+/// Details: docs/Threads.md.
 class VEMLO_API CTime {
 public:
     /// All seven texts empty.

@@ -17,6 +17,7 @@ namespace System {
 /// a name kept for identification only. The framework uses it as a gate: one
 /// thread may lock it and another unlock it, which is why it has no owner
 /// check. Header-only; not copyable.
+/// Details: docs/Locks.md.
 class VEMLO_API Mutex {
 public:
     /// Stores `name` (null gives an empty name) and initialises the mutex with

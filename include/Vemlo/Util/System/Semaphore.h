@@ -13,6 +13,7 @@ namespace System {
 /// Semaphore holds the identifier of a private System V semaphore set. It is
 /// the base of CCriticalSection, which creates and removes the set; on its
 /// own it owns nothing. Header-only.
+/// Details: docs/Locks.md.
 class VEMLO_API Semaphore {
 public:
     Semaphore() : m_nSemId(-1) {}
