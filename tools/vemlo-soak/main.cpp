@@ -447,9 +447,13 @@ private:
     const int m_counter, m_queue, m_machine;
 };
 
-// Registers a host, waits until the dispatcher has made it active and
-// unregisters it again. It is looked up by its name: after 1000 hosts the ids
-// start again, and the long-lived hosts, registered first, keep theirs.
+// Registers a host, waits until the dispatcher has made it active and greeted
+// it, and unregisters and deletes it again. It is looked up by its name: after
+// 1000 hosts the ids start again, and the long-lived hosts, registered first,
+// keep theirs. The wait for the greeting is what a careful program does:
+// UnRegister does not wait for a delivery the dispatcher has already picked,
+// and a handler called on a host whose destructor has begun is a pure virtual
+// call.
 class HostChurn : public Load {
 public:
     HostChurn() : Load(1000) {}
@@ -459,7 +463,9 @@ protected:
         Counter* host = new Counter("soak-transient");
         EventHandler* events = EventHandler::getInstance();
         events->Register(host);
-        for (int waited = 0; events->FindHostID("soak-transient") < 0 && waited < 30000; ++waited)
+        for (int waited = 0; (events->FindHostID("soak-transient") < 0 || !host->initialized) &&
+                             waited < 30000;
+             ++waited)
             usleep(1000);
         if (events->UnRegister(host) == 0)
             delete host;
