@@ -1,6 +1,8 @@
 //===- String.cpp - The framework's text value ----------------------------===//
 #include <Vemlo/String.h>
 
+#include "Support/Text.h"
+
 #include <cctype>
 #include <cstdarg>
 #include <cstdio>
@@ -10,14 +12,12 @@
 
 namespace {
 
+using Vemlo::detail::isBlank;
+using Vemlo::detail::orEmpty;
+
 // Formatting buffer: every message, file name and value the library formats
 // goes through it, so 2047 characters is the ceiling of Format.
 constexpr size_t kFormatBufferSize = 2048;
-
-inline const char* orEmpty(const char* s) { return s ? s : ""; }
-
-// The four bytes both trims treat as blank, tested in this order.
-inline bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 } // namespace
 
@@ -136,9 +136,13 @@ String convertCase(const std::string& text, int (*convert)(int)) {
 
 } // namespace
 
-String String::ToLower() { return convertCase(*this, ::tolower); }
+String String::ToLower() {
+    return convertCase(*this, ::tolower);
+}
 
-String String::ToUpper() { return convertCase(*this, ::toupper); }
+String String::ToUpper() {
+    return convertCase(*this, ::toupper);
+}
 
 String& String::append(const char* s) {
     if (s)
@@ -166,13 +170,27 @@ String String::substr(size_type pos, size_type n) const {
     return String(std::string::substr(pos, n));
 }
 
-bool operator==(const String& a, const String& b) { return a.str() == b.str(); }
-bool operator==(const String& a, const char* b) { return a.str() == (b ? b : ""); }
-bool operator==(const char* a, const String& b) { return b == a; }
-bool operator!=(const String& a, const String& b) { return !(a == b); }
-bool operator!=(const String& a, const char* b) { return !(a == b); }
-bool operator!=(const char* a, const String& b) { return !(b == a); }
-bool operator<(const String& a, const String& b) { return a.str() < b.str(); }
+bool operator==(const String& a, const String& b) {
+    return a.str() == b.str();
+}
+bool operator==(const String& a, const char* b) {
+    return a.str() == orEmpty(b);
+}
+bool operator==(const char* a, const String& b) {
+    return b == a;
+}
+bool operator!=(const String& a, const String& b) {
+    return !(a == b);
+}
+bool operator!=(const String& a, const char* b) {
+    return !(a == b);
+}
+bool operator!=(const char* a, const String& b) {
+    return !(b == a);
+}
+bool operator<(const String& a, const String& b) {
+    return a.str() < b.str();
+}
 
 String operator+(const String& a, const String& b) {
     String r(a);
@@ -192,4 +210,6 @@ String operator+(const char* a, const String& b) {
     return r;
 }
 
-std::ostream& operator<<(std::ostream& os, const String& s) { return os << s.str(); }
+std::ostream& operator<<(std::ostream& os, const String& s) {
+    return os << s.str();
+}

@@ -7,8 +7,11 @@
 #include <Vemlo/Log/Logger.h>
 #include <Vemlo/String.h>
 
+#include "Support/Text.h"
+
 #include <sqlite3.h>
 
+#include <cxxabi.h>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -27,6 +30,15 @@ constexpr int kAttempts = 10;
 constexpr int kCommitAttempts = 40;
 constexpr int kPauseMicros = 200000;
 const char kChannel[] = "[libVemlo] Sqlite";
+// Option bit: a connection stays open after a final failure.
+constexpr int kKeepOpenOnFailure = 1;
+
+using Vemlo::detail::orEmpty;
+
+// True when the option word asks to keep the connection after a final failure.
+inline bool keepsOpenOnFailure(int option) {
+    return (option & kKeepOpenOnFailure) != 0;
+}
 
 void pause(long micros) {
     if (micros <= 0)
@@ -38,26 +50,43 @@ void pause(long micros) {
     }
 }
 
-FileLog* channel() { return Vemlo::Log::Logger::getLogger()->getLog(kChannel); }
+// Calls `once` (true: done) up to `attempts` times, pausing `pauseMicros`
+// after each failure but the last (after the last too when `pauseAfterLast`).
+// Returns whether an attempt succeeded.
+template <class Once>
+bool retry(int attempts, long pauseMicros, Once once, bool pauseAfterLast = false) {
+    for (int attempt = 1; attempt <= attempts; ++attempt) {
+        if (once())
+            return true;
+        if (attempt < attempts || pauseAfterLast)
+            pause(pauseMicros);
+    }
+    return false;
+}
+
+FileLog* channel() {
+    return Vemlo::Log::Logger::getLogger()->getLog(kChannel);
+}
 
 // The channel may be missing when no log level is configured: the lines are
 // then dropped. A line without arguments is written as it stands.
-template <class... Args> void debug(FileLog* log, const char* format, Args... args) {
+template <class... Args>
+void writeTo(FileLog* log, void (FileLog::*write)(const char*, ...), const char* format,
+             Args... args) {
     if (!log)
         return;
     if constexpr (sizeof...(Args) == 0)
-        log->WriteDebug("%s", format);
+        (log->*write)("%s", format);
     else
-        log->WriteDebug(format, args...);
+        (log->*write)(format, args...);
+}
+
+template <class... Args> void debug(FileLog* log, const char* format, Args... args) {
+    writeTo(log, &FileLog::WriteDebug, format, args...);
 }
 
 template <class... Args> void error(FileLog* log, const char* format, Args... args) {
-    if (!log)
-        return;
-    if constexpr (sizeof...(Args) == 0)
-        log->WriteError("%s", format);
-    else
-        log->WriteError(format, args...);
+    writeTo(log, &FileLog::WriteError, format, args...);
 }
 
 // SQLite's error text, released once read; the code's text when there is none.
@@ -70,19 +99,15 @@ String takeError(char*& text, int code) {
 
 [[noreturn]] void throwCannotOpen(const char* file) {
     String message;
-    message.Format("[DB] Can't open database: %s (Retried %d times)\n", file ? file : "", kAttempts);
+    message.Format("[DB] Can't open database: %s (Retried %d times)\n", orEmpty(file), kAttempts);
     throw new DBException(message.c_str());
 }
 
 // Closes `database` with 10 attempts, `pauseMicros` apart; throws when it
 // cannot.
 void closeWithRetries(sqlite3* database, long pauseMicros) {
-    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
-        if (sqlite3_close(database) == SQLITE_OK)
-            return;
-        if (attempt < kAttempts)
-            pause(pauseMicros);
-    }
+    if (retry(kAttempts, pauseMicros, [database] { return sqlite3_close(database) == SQLITE_OK; }))
+        return;
     String message;
     message.Format("[DB] Can't close database: %s\n", sqlite3_errmsg(database));
     throw new DBException(message.c_str());
@@ -90,21 +115,21 @@ void closeWithRetries(sqlite3* database, long pauseMicros) {
 
 // Runs a query with 10 attempts; fills `table`. Returns SQLITE_OK, or the
 // last code with its text in `failure`.
-int queryInto(sqlite3* database, const char* sql, long pauseMicros, Table*& table, String& failure) {
+int queryInto(sqlite3* database, const char* sql, long pauseMicros, Table*& table,
+              String& failure) {
     char** result = nullptr;
     int rows = 0, columns = 0, code = SQLITE_OK;
-    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+    const bool done = retry(kAttempts, pauseMicros, [&] {
         char* text = nullptr;
         code = sqlite3_get_table(database, sql, &result, &rows, &columns, &text);
         if (code == SQLITE_OK) {
             sqlite3_free(text);
-            break;
+            return true;
         }
         failure = takeError(text, code);
-        if (attempt < kAttempts)
-            pause(pauseMicros);
-    }
-    if (code != SQLITE_OK)
+        return false;
+    });
+    if (!done)
         return code;
 
     if (!table)
@@ -115,7 +140,7 @@ int queryInto(sqlite3* database, const char* sql, long pauseMicros, Table*& tabl
         Row* row = new Row;
         for (int c = 0; c < columns; ++c) {
             const char* value = result[r * columns + c];
-            row->addString(value ? value : "");
+            row->addString(orEmpty(value));
         }
         table->addRow(row);
     }
@@ -144,41 +169,45 @@ Sqlite::~Sqlite() {
 
 int Sqlite::Open(const char* file, int mode) {
     m_bInTransaction = false;
-    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+    const bool opened = retry(kAttempts, kPauseMicros, [&] {
         sqlite3* database = nullptr;
         const int code = mode == kReadWrite
                              ? sqlite3_open(file, &database)
                              : sqlite3_open_v2(file, &database, SQLITE_OPEN_READONLY, nullptr);
-        if (code == SQLITE_OK) {
-            if (mode == kReadWrite)
-                keepCommitsThroughPowerCuts(database);
-            if (m_pDatabase)
-                sqlite3_close(m_pDatabase);
-            m_pDatabase = database;
-            return 1;
+        if (code != SQLITE_OK) {
+            sqlite3_close(database);
+            return false;
         }
-        sqlite3_close(database);
-        if (attempt < kAttempts)
-            pause(kPauseMicros);
-    }
+        if (mode == kReadWrite)
+            keepCommitsThroughPowerCuts(database);
+        if (m_pDatabase)
+            sqlite3_close(m_pDatabase);
+        m_pDatabase = database;
+        return true;
+    });
+    if (opened)
+        return 1;
     throwCannotOpen(file);
 }
 
-void Sqlite::setOption(int option) { m_nOption = option; }
+void Sqlite::setOption(int option) {
+    m_nOption = option;
+}
 
 int Sqlite::Execute(const char* sql, int pauseMicros) {
     int code = SQLITE_OK;
-    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+    const bool done = retry(kAttempts, pauseMicros, [&] {
         char* text = nullptr;
         code = sqlite3_exec(m_pDatabase, sql, nullptr, nullptr, &text);
         if (code == SQLITE_OK)
-            return 1;
+            return true;
         debug(m_pLog, "[Sqlite::Execute][ERROR:%d] sqlite3_exec %s\n ", code,
               takeError(text, code).c_str());
-        if (attempt < kAttempts)
-            pause(pauseMicros);
-    }
-    if (!(m_nOption & 1)) {
+        return false;
+    });
+    if (done)
+        return 1;
+    if (!keepsOpenOnFailure(m_nOption)) {
         try {
             Close();
         } catch (DBException* e) {
@@ -196,7 +225,7 @@ Table* Sqlite::getTable(const char* sql, int pauseMicros) {
     String failure;
     if (queryInto(m_pDatabase, sql, pauseMicros, table, failure) == SQLITE_OK)
         return table;
-    if (!(m_nOption & 1))
+    if (!keepsOpenOnFailure(m_nOption))
         Close();
     String message;
     message.Format("[DB] Can't get database table: %s\n", failure.c_str());
@@ -209,7 +238,7 @@ int Sqlite::getTable(const char* sql, Table& table) {
     const int code = queryInto(m_pDatabase, sql, kPauseMicros, target, failure);
     if (code == SQLITE_OK)
         return 1;
-    if (!(m_nOption & 1))
+    if (!keepsOpenOnFailure(m_nOption))
         Close();
     String message;
     message.Format("[DB] Can't get database table(%d): %s\n", code, failure.c_str());
@@ -238,27 +267,32 @@ int Sqlite::Rollback() {
 }
 
 // Commit and Rollback: 40 attempts, 0.2 s apart, the last one included.
-int Sqlite::EndTransaction(const char* sql, const char* notInTransaction, const char* retry,
+int Sqlite::EndTransaction(const char* sql, const char* notInTransaction, const char* retryLine,
                            const char* failed) {
     if (!m_bInTransaction) {
         debug(m_pLog, "%s", notInTransaction);
         return 1;
     }
     String failure;
-    for (int attempt = 1; attempt <= kCommitAttempts; ++attempt) {
-        char* text = nullptr;
-        const int code = sqlite3_exec(m_pDatabase, sql, nullptr, nullptr, &text);
-        if (code == SQLITE_OK) {
-            m_bInTransaction = false;
-            return 1;
-        }
-        failure = takeError(text, code);
-        debug(m_pLog, "%s", retry);
-        pause(kPauseMicros);
+    const bool done = retry(
+        kCommitAttempts, kPauseMicros,
+        [&] {
+            char* text = nullptr;
+            const int code = sqlite3_exec(m_pDatabase, sql, nullptr, nullptr, &text);
+            if (code == SQLITE_OK)
+                return true;
+            failure = takeError(text, code);
+            debug(m_pLog, "%s", retryLine);
+            return false;
+        },
+        true);
+    if (done) {
+        m_bInTransaction = false;
+        return 1;
     }
     if (m_pLog)
         m_pLog->WriteError(failed, failure.c_str());
-    if (m_nOption & 1)
+    if (keepsOpenOnFailure(m_nOption))
         return 0;
     m_bInTransaction = false;
     sqlite3_close(m_pDatabase);
@@ -291,15 +325,18 @@ int Sqlite::Close(sqlite3* database) {
 }
 
 int Sqlite::Open(const char* file, sqlite3** database) {
-    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
-        if (sqlite3_open(file, database) == SQLITE_OK) {
-            keepCommitsThroughPowerCuts(*database);
-            return 1;
-        }
+    // No pause between these attempts.
+    const bool opened = retry(kAttempts, 0, [&] {
+        if (sqlite3_open(file, database) == SQLITE_OK)
+            return true;
         sqlite3_close(*database);
         *database = nullptr;
-    }
-    throwCannotOpen(file);
+        return false;
+    });
+    if (!opened)
+        throwCannotOpen(file);
+    keepCommitsThroughPowerCuts(*database);
+    return 1;
 }
 
 int Sqlite::ApplyCommandSet(const char* file, ArrayList* commands) {
@@ -318,24 +355,29 @@ int Sqlite::ApplyCommandSet(const char* file, ArrayList* commands) {
                 continue;
             }
             debug(log, "%s\n", sql);
-            int attempt = 1;
-            for (;; ++attempt) {
+            const bool done = retry(kAttempts, kPauseMicros, [&] {
                 char* text = nullptr;
                 const int code = sqlite3_exec(database, sql, nullptr, nullptr, &text);
                 if (code == SQLITE_OK)
-                    break;
+                    return true;
                 debug(log, "[Sqlite::ApplyCommandSet][ERROR:%d] sqlite3_exec %s\n ", code,
                       takeError(text, code).c_str());
-                if (attempt == kAttempts)
-                    throw new DBException(sql);
-                pause(kPauseMicros);
-            }
+                return false;
+            });
+            if (!done)
+                throw new DBException(sql);
         }
         Close(database);
         return 1;
     } catch (DBException* e) {
         debug(log, "####### [Execute] %s\n ", e->GetMessage());
         delete e;
+    } catch (abi::__forced_unwind&) {
+        // The calling thread is being cancelled (in a pause between
+        // attempts): the unwind must go on, or the process aborts.
+        if (database)
+            sqlite3_close(database);
+        throw;
     } catch (...) {
         debug(log, "####### [Execute] ETC error\n ");
     }
@@ -347,7 +389,7 @@ int Sqlite::ApplyCommandSet(const char* file, ArrayList* commands) {
 int Sqlite::Backup(const char* source, const char* target, ArrayList* commands) {
     FileLog* log = channel();
     String command;
-    command.Format("cp -f %s %s", source ? source : "", target ? target : "");
+    command.Format("cp -f %s %s", orEmpty(source), orEmpty(target));
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) {
         error(log, "[Backup] popen error.");

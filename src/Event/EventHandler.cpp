@@ -3,6 +3,7 @@
 
 #include "Event/Gate.h"
 #include "Event/MessageList.h"
+#include "Support/Text.h"
 
 #include <Vemlo/Common/Exception.h>
 #include <Vemlo/Data/Collection/ArrayList.h>
@@ -72,6 +73,15 @@ struct EventHandler::Coordination {
     // host gets, however much traffic is queued ahead.
     std::deque<EventMessage*> greetings;
     std::atomic<int> greetingCount{0};
+
+    // The steps of a FireEvent pass, on the dispatcher's thread.
+    // The message the pass deals with next: the first greeting when
+    // `greeting`, else the queue's head (as dropHead last saw it, when it
+    // did). Null when the pass ends: the queue is empty, or its head is null
+    // (logged).
+    static EventMessage* nextMessage(EventHandler& handler, bool greeting, Head& next);
+    // deliver(), a handler's exception ending the pass with the message kept.
+    static Outcome deliverGuarded(EventHandler& handler, EventMessage* message);
 };
 
 namespace {
@@ -140,7 +150,7 @@ EventHost* findLogged(ListLock& lock, ArrayList* list, int id, Vemlo::Log::FileL
 // The first active host named `name` (null: empty); `nullEntry` tells that a
 // null entry ended the walk. Callers hold the lists' lock.
 EventHost* findByName(ArrayList* list, const char* name, bool& nullEntry) {
-    const char* wanted = name ? name : "";
+    const char* wanted = Vemlo::detail::orEmpty(name);
     const int count = list->Count();
     for (int i = 0; i < count; ++i) {
         EventHost* host = static_cast<EventHost*>(list->At(i));
@@ -152,6 +162,42 @@ EventHost* findByName(ArrayList* list, const char* name, bool& nullEntry) {
             return host;
     }
     return nullptr;
+}
+
+// When FireEvent, under traffic, catches pending hosts up itself.
+class CatchUpPacer {
+public:
+    // Counts one message dealt with; true when the pending hosts are due.
+    bool due(const std::atomic<int>& pendingHosts) {
+        return ++m_sinceCaughtUp >= kCatchUpAfterMessages && pendingHosts.load() > 0 &&
+               std::chrono::steady_clock::now() - m_caughtUp >= kCatchUpUnderLoad;
+    }
+    void caughtUp() {
+        m_caughtUp = std::chrono::steady_clock::now();
+        m_sinceCaughtUp = 0;
+    }
+
+private:
+    std::chrono::steady_clock::time_point m_caughtUp = std::chrono::steady_clock::now();
+    int m_sinceCaughtUp = 0;
+};
+
+// The first active host named `name` under the lists' lock, handed to
+// `pick` (with whether a null entry ended the walk) while the lock is held;
+// a null entry is logged with `nullLine`.
+template <class Pick>
+auto findNamed(ListLock& lock, ArrayList* hosts, const char* name, Vemlo::Log::FileLog* log,
+               const char* nullLine, Pick pick) {
+    bool nullEntry = false;
+    decltype(pick(nullptr, false)) result;
+    {
+        Guard lists(lock);
+        EventHost* host = findByName(hosts, name, nullEntry);
+        result = pick(host, nullEntry);
+    }
+    if (nullEntry && log != nullptr)
+        log->WriteError("%s", nullLine);
+    return result;
 }
 
 int indexOf(ArrayList* list, const EventHost* host) {
@@ -375,28 +421,18 @@ EventHost* EventHandler::FindTmpHost(int id) {
 }
 
 EventHost* EventHandler::FindHost(const char* name) {
-    bool nullEntry = false;
-    EventHost* result;
-    {
-        Guard lists(m_pCoordination->lock);
-        result = findByName(m_pHosts, name, nullEntry);
-    }
-    if (nullEntry && m_pLog != nullptr)
-        m_pLog->WriteError("[EventHandler::FindHost] host is NULL");
-    return result;
+    return findNamed(m_pCoordination->lock, m_pHosts, name, m_pLog,
+                     "[EventHandler::FindHost] host is NULL",
+                     [](EventHost* host, bool) { return host; });
 }
 
 int EventHandler::FindHostID(const char* name) {
-    bool nullEntry = false;
-    int result;
-    {
-        Guard lists(m_pCoordination->lock);
-        EventHost* host = findByName(m_pHosts, name, nullEntry);
-        result = host != nullptr ? host->getId() : nullEntry ? 0 : -1;
-    }
-    if (nullEntry && m_pLog != nullptr)
-        m_pLog->WriteError("[EventHandler::FindHostID] host is NULL");
-    return result;
+    // The id is read under the lock: the host may go as soon as it is freed.
+    return findNamed(m_pCoordination->lock, m_pHosts, name, m_pLog,
+                     "[EventHandler::FindHostID] host is NULL",
+                     [](EventHost* host, bool nullEntry) {
+                         return host != nullptr ? host->getId() : nullEntry ? 0 : -1;
+                     });
 }
 
 int EventHandler::CatchUpMutex() {
@@ -434,53 +470,59 @@ int EventHandler::CatchUpMutex() {
     return 0;
 }
 
+EventMessage* EventHandler::Coordination::nextMessage(EventHandler& handler, bool greeting,
+                                                      Head& next) {
+    EventMessage* message;
+    if (greeting) {
+        Guard queue(queueOf(handler.m_pQueue)->lock);
+        message = handler.m_pCoordination->greetings.front();
+    } else if (next.known) {
+        message = next.message;
+        next.known = false;
+        if (message == nullptr && next.empty)
+            return nullptr;
+    } else {
+        bool empty;
+        message = queueOf(handler.m_pQueue)->head(empty);
+        if (empty)
+            return nullptr;
+    }
+    if (message == nullptr && handler.m_pLog != nullptr)
+        handler.m_pLog->WriteError("[EventHandler::FireEvent] Message is NULL ");
+    return message;
+}
+
+EventHandler::Outcome EventHandler::Coordination::deliverGuarded(EventHandler& handler,
+                                                                 EventMessage* message) {
+    try {
+        return handler.deliver(message);
+    } catch (Vemlo::Common::Exception* e) {
+        // The message stays at the head: it is delivered again in the next
+        // pass. The exception is the handler's: it may be a static object
+        // thrown to ask for exactly this, so it is not deleted.
+        handler.deliveryDone(true);
+        if (handler.m_pLog != nullptr)
+            handler.m_pLog->WriteError("[EventHandler::FireEvent] CATCH: %s", e->GetMessage());
+    } catch (...) {
+        handler.deliveryDone(true);
+        if (handler.m_pLog != nullptr)
+            handler.m_pLog->WriteError("[EventHandler::FireEvent] CATCH: ...");
+    }
+    return Outcome::Kept;
+}
+
 int EventHandler::FireEvent() {
     Coordination& c = *m_pCoordination;
-    auto caughtUp = std::chrono::steady_clock::now();
-    int sinceCaughtUp = 0;
+    CatchUpPacer pacer;
     // The next head, read by dropHead while it had the queue anyway.
     Head next;
     for (;;) {
         // A greeting goes before everything queued.
         const bool greeting = c.greetingCount.load() > 0;
-        EventMessage* message;
-        if (greeting) {
-            Guard queue(queueOf(m_pQueue)->lock);
-            message = c.greetings.front();
-        } else if (next.known) {
-            message = next.message;
-            next.known = false;
-            if (message == nullptr && next.empty)
-                return 0;
-        } else {
-            bool empty;
-            message = queueOf(m_pQueue)->head(empty);
-            if (empty)
-                return 0;
-        }
-        if (message == nullptr) {
-            if (m_pLog != nullptr)
-                m_pLog->WriteError("[EventHandler::FireEvent] Message is NULL ");
+        EventMessage* message = Coordination::nextMessage(*this, greeting, next);
+        if (message == nullptr)
             return 0;
-        }
-
-        Outcome outcome;
-        try {
-            outcome = deliver(message);
-        } catch (Vemlo::Common::Exception* e) {
-            // The message stays at the head: it is delivered again in the
-            // next pass. The exception is the handler's: it may be a static
-            // object thrown to ask for exactly this, so it is not deleted.
-            deliveryDone(true);
-            if (m_pLog != nullptr)
-                m_pLog->WriteError("[EventHandler::FireEvent] CATCH: %s", e->GetMessage());
-            return 0;
-        } catch (...) {
-            deliveryDone(true);
-            if (m_pLog != nullptr)
-                m_pLog->WriteError("[EventHandler::FireEvent] CATCH: ...");
-            return 0;
-        }
+        const Outcome outcome = Coordination::deliverGuarded(*this, message);
         if (outcome == Outcome::Kept)
             return 0;
         if (greeting)
@@ -489,11 +531,9 @@ int EventHandler::FireEvent() {
             dropHead(message, next);
         if (outcome == Outcome::DroppedEndsPass)
             return 0;
-        if (++sinceCaughtUp >= kCatchUpAfterMessages && c.pendingHosts.load() > 0 &&
-            std::chrono::steady_clock::now() - caughtUp >= kCatchUpUnderLoad) {
+        if (pacer.due(c.pendingHosts)) {
             catchUpSafely();
-            caughtUp = std::chrono::steady_clock::now();
-            sinceCaughtUp = 0;
+            pacer.caughtUp();
         }
     }
 }

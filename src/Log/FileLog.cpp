@@ -1,6 +1,8 @@
 //===- Log/FileLog.cpp - A named log channel ------------------------------===//
 #include <Vemlo/Log/FileLog.h>
 
+#include "Support/Text.h"
+
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -13,11 +15,10 @@ namespace Log {
 
 namespace {
 
-using Vemlo::Util::System::Mutex;
+using Vemlo::detail::isSpaceOrTab;
+using Vemlo::detail::orEmpty;
 
-inline const char* orEmpty(const char* s) {
-    return s ? s : "";
-}
+using Vemlo::Util::System::Mutex;
 
 // The framework name: channels whose name contains it carry the process name.
 constexpr const char* kFramework = "Vemlo";
@@ -27,10 +28,6 @@ constexpr size_t kMessageSize = 4080;
 constexpr size_t kLineSize = 4096;
 // Size of the buffers of the `ps` scan.
 constexpr size_t kPsLineSize = 1024;
-
-inline bool isBlank(char c) {
-    return c == ' ' || c == '\t';
-}
 
 // Rebuilds `result` (kPsLineSize bytes) as "(" + the fourth blank-separated
 // field of `line` + ")". The scan stops at a newline or the end of the text,
@@ -42,7 +39,7 @@ void fourthField(const char* line, char* result) {
     int field = 0;
     bool inField = false;
     for (size_t i = 0; i < kPsLineSize && line[i] != '\0' && line[i] != '\n'; ++i) {
-        if (isBlank(line[i])) {
+        if (isSpaceOrTab(line[i])) {
             inField = false;
             continue;
         }

@@ -8,6 +8,8 @@
 #include <Vemlo/Log/LogException.h>
 #include <Vemlo/String.h>
 
+#include "Support/Text.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,11 +19,9 @@ namespace Log {
 
 namespace {
 
-using Vemlo::Data::Collection::HashTable;
+using Vemlo::detail::orEmpty;
 
-inline const char* orEmpty(const char* s) {
-    return s ? s : "";
-}
+using Vemlo::Data::Collection::HashTable;
 
 // The value of `key` in the default configuration; "" when there is none.
 String configValue(Vemlo::Data::Properties::IProperty* config, const char* key) {

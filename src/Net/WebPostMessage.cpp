@@ -7,10 +7,14 @@
 #include <Vemlo/Data/Properties/PropertyException.h>
 #include <Vemlo/Net/PostObject.h>
 
+#include "Support/Io.h"
+#include "Support/Text.h"
+
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -33,35 +37,9 @@ constexpr int kReceiveBufferSize = 100000;
 // to have always been sent this form.
 const char* const kLineEnd = "\n";
 
-// Sends until everything went or send() gives a result below 1; returns the
-// bytes sent.
-int sendAll(int fd, const char* buffer, int length) {
-    int done = 0;
-    while (done < length) {
-        const ssize_t sent = ::send(fd, buffer + done, static_cast<size_t>(length - done), 0);
-        if (sent < 1)
-            break;
-        done += static_cast<int>(sent);
-    }
-    return done;
-}
-
-// True when `path` can be handed to the shell as one word unchanged.
-bool isShellWord(const String& path) {
-    if (path.empty())
-        return false;
-    for (char c : path) {
-        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                           (c >= '0' && c <= '9') || std::strchr("/._-+,:@%=", c) != nullptr;
-        if (!plain)
-            return false;
-    }
-    return true;
-}
-
 // Removes a spool file once it has been read back.
 void removeSpoolFile(const String& path) {
-    if (isShellWord(path)) {
+    if (Vemlo::detail::isShellWord(path.str())) {
         String command;
         command.Format("rm -rf %s", path.c_str());
         const int status = std::system(command.c_str());
@@ -96,6 +74,82 @@ const char* configuredTempPath(String& value) {
     return nullptr;
 }
 
+// One exchange of SimpleHTTPMethod: the request's state and the reply
+// buffer, released on every way out.
+struct Exchange {
+    std::unique_ptr<PostObject> post{new PostObject()};
+    // Set once the exchange has run: the socket is then closed here too.
+    bool closesSocket = false;
+
+    Exchange() = default;
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+    ~Exchange() {
+        std::free(post->m_pRecvBuffer);
+        if (post->m_pTempFile != nullptr)
+            std::fclose(post->m_pTempFile);
+        // The socket is normally closed already (marked -1). Descriptor 0 is
+        // still closed here when the host could not be resolved (the object's
+        // initial 0): callers of this client have long been written for that,
+        // so it is kept. A connect failure leaves its open socket to this step.
+        if (closesSocket && post->m_nSocket >= 0)
+            ::close(post->m_nSocket);
+    }
+};
+
+// Fills the request; false when the reply buffer cannot be had.
+bool prepare(PostObject& post, const char* url, const char* body, const char* method) {
+    post.m_sUrl = url;
+    if (method != nullptr)
+        post.m_sMethod = method;
+    post.m_pBody = Vemlo::detail::orEmpty(body);
+    post.m_nBodyLength = static_cast<int>(std::strlen(post.m_pBody));
+    post.m_pRecvBuffer = static_cast<char*>(std::calloc(kReceiveBufferSize, 1));
+    if (post.m_pRecvBuffer == nullptr)
+        return false;
+    post.m_nBufferSize = kReceiveBufferSize;
+    post.m_nReceived = 0;
+    return true;
+}
+
+// The bytes of the reply that make up its text. A spooled reply is read back
+// into a buffer of its size, and its file closed and removed.
+int replyLength(PostObject& post) {
+    if (post.m_pTempFile != nullptr) {
+        std::free(post.m_pRecvBuffer);
+        post.m_pRecvBuffer = nullptr;
+        if (post.m_nReceived > 0)
+            post.m_pRecvBuffer = static_cast<char*>(std::calloc(post.m_nReceived, 1));
+        size_t read = 0;
+        if (post.m_pRecvBuffer != nullptr)
+            read = std::fread(post.m_pRecvBuffer, 1, post.m_nReceived, post.m_pTempFile);
+        std::fclose(post.m_pTempFile);
+        post.m_pTempFile = nullptr;
+        removeSpoolFile(post.m_sTempPath);
+        // The read-back buffer has no terminating NUL: the text ends at the
+        // first NUL within the bytes actually read.
+        return static_cast<int>(post.m_pRecvBuffer ? ::strnlen(post.m_pRecvBuffer, read) : 0);
+    }
+    if (post.m_nReceived > 0) {
+        // Zero-filled past the reply, which stayed below the capacity.
+        return static_cast<int>(::strnlen(post.m_pRecvBuffer, post.m_nReceived));
+    }
+    return 0;
+}
+
+// Where the body of `reply` starts, or npos. "\n\n" first, deliberately:
+// replies from servers that end their header lines in a bare "\n" split
+// there even when "\r\n\r\n" comes later.
+std::string_view::size_type bodyStart(std::string_view reply) {
+    std::string_view::size_type at = reply.find("\n\n");
+    if (at != std::string_view::npos && at > 0)
+        return at + 2;
+    at = reply.find("\r\n\r\n");
+    if (at != std::string_view::npos && at > 0)
+        return at + 4;
+    return std::string_view::npos;
+}
+
 } // namespace
 
 int WebPostMessage::m_nTmpFileNum = 0;
@@ -104,98 +158,28 @@ int WebPostMessage::SimpleHTTPMethod(const char* url, const char* body, const ch
                                      String* out) {
     if (url == nullptr || out == nullptr)
         return 0;
-    PostObject* post = new PostObject();
-    post->m_sUrl = url;
-    if (method != nullptr)
-        post->m_sMethod = method;
-    post->m_pBody = body ? body : "";
-    post->m_nBodyLength = static_cast<int>(std::strlen(post->m_pBody));
-    post->m_pRecvBuffer = static_cast<char*>(std::calloc(kReceiveBufferSize, 1));
-    if (post->m_pRecvBuffer == nullptr) {
-        delete post;
+    Exchange exchange;
+    PostObject* post = exchange.post.get();
+    if (!prepare(*post, url, body, method))
         return 0;
-    }
-    post->m_nBufferSize = kReceiveBufferSize;
-    post->m_nReceived = 0;
-
-    int result = 0;
-    try {
-        result = HTTPPostMethod(post);
-    } catch (...) {
-        // A URL too short for its prefix: nothing was opened yet.
-        std::free(post->m_pRecvBuffer);
-        delete post;
-        throw;
-    }
-    if (result == 0) {
-        // Send or spool failure: the socket is closed, no file is open.
-        std::free(post->m_pRecvBuffer);
-        delete post;
+    // A URL too short for its prefix throws from here, before anything is
+    // opened. A send or spool failure gives 0 with the socket closed and no
+    // file open.
+    if (HTTPPostMethod(post) == 0)
         return 0;
-    }
+    exchange.closesSocket = true;
 
-    // The bytes of the reply that make up its text.
-    int length = 0;
-    if (post->m_pTempFile != nullptr) {
-        std::free(post->m_pRecvBuffer);
-        post->m_pRecvBuffer = nullptr;
-        if (post->m_nReceived > 0)
-            post->m_pRecvBuffer = static_cast<char*>(std::calloc(post->m_nReceived, 1));
-        size_t read = 0;
-        if (post->m_pRecvBuffer != nullptr)
-            read = std::fread(post->m_pRecvBuffer, 1, post->m_nReceived, post->m_pTempFile);
-        std::fclose(post->m_pTempFile);
-        post->m_pTempFile = nullptr;
-        removeSpoolFile(post->m_sTempPath);
-        // The read-back buffer has no terminating NUL: the text ends at the
-        // first NUL within the bytes actually read.
-        length = static_cast<int>(post->m_pRecvBuffer ? ::strnlen(post->m_pRecvBuffer, read) : 0);
-    } else if (post->m_nReceived > 0) {
-        // Zero-filled past the reply, which stayed below the capacity.
-        length = static_cast<int>(::strnlen(post->m_pRecvBuffer, post->m_nReceived));
-    }
-
+    const int length = replyLength(*post);
     // The reply's text; the body is copied out of the buffer directly.
     const bool received = post->m_nReceived > 0 && post->m_pRecvBuffer != nullptr;
     const std::string_view reply(received ? post->m_pRecvBuffer : "",
                                  received ? static_cast<size_t>(length) : 0);
-
-    // "\n\n" first, deliberately: replies from servers that end their header
-    // lines in a bare "\n" split there even when "\r\n\r\n" comes later.
-    std::string_view::size_type start = std::string_view::npos;
-    std::string_view::size_type at = reply.find("\n\n");
-    if (at != std::string_view::npos && at > 0) {
-        start = at + 2;
-    } else {
-        at = reply.find("\r\n\r\n");
-        if (at != std::string_view::npos && at > 0)
-            start = at + 4;
-    }
-
-    // The socket is normally closed already (marked -1). Descriptor 0 is
-    // still closed here when the host could not be resolved (the object's
-    // initial 0): callers of this client have long been written for that,
-    // so it is kept. A connect failure leaves its open socket to this step.
-    auto finish = [post] {
-        std::free(post->m_pRecvBuffer);
-        post->m_pRecvBuffer = nullptr;
-        if (post->m_nSocket >= 0)
-            ::close(post->m_nSocket);
-        delete post;
-    };
+    const std::string_view::size_type start = bodyStart(reply);
     // Nothing received, no blank line, or nothing after it: `out` is left.
-    if (!received || start == std::string_view::npos || start == reply.size()) {
-        finish();
+    if (!received || start == std::string_view::npos || start == reply.size())
         return 0;
-    }
-    try {
-        out->clear();
-        out->append(reply.data() + start, reply.size() - start);
-    } catch (...) {
-        finish();
-        throw;
-    }
-    finish();
+    out->clear();
+    out->append(reply.data() + start, reply.size() - start);
     return 1;
 }
 
@@ -266,6 +250,7 @@ int WebPostMessage::MessageSend(PostObject* post) {
     header.append("Content-Length: ").append(std::to_string(post->m_nBodyLength));
     header.append(kLineEnd).append(kLineEnd);
 
+    using Vemlo::detail::sendAll;
     const int headerLength = static_cast<int>(header.size());
     if (sendAll(post->m_nSocket, header.data(), headerLength) != headerLength)
         return 2002;
@@ -347,14 +332,11 @@ int WebPostMessage::ConnectionClose(PostObject* post) {
 int WebPostMessage::SendBytes(int fd, char* buffer, int length) {
     if (length < 1)
         return 0;
-    int done = 0;
-    while (done < length) {
-        const ssize_t sent = ::send(fd, buffer + done, static_cast<size_t>(length - done), 0);
-        if (sent < 1)
-            return static_cast<int>(sent);
-        done += static_cast<int>(sent);
-    }
-    return length;
+    // A failure gives send()'s own result (0 or -1), not the bytes sent.
+    ssize_t stoppedBy = 0;
+    if (Vemlo::detail::sendAll(fd, buffer, length, &stoppedBy) == length)
+        return length;
+    return static_cast<int>(stoppedBy);
 }
 
 const char* WebPostMessage::GetTempFilePath() {

@@ -2,10 +2,6 @@
 #include <Vemlo/Service/Thread.h>
 
 #include <Vemlo/Service/WorkException.h>
-#include <Vemlo/String.h>
-
-#include <cxxabi.h>
-#include <exception>
 
 #include <pthread.h>
 #include <unistd.h>
@@ -24,12 +20,6 @@ constexpr int kCreated = 4;
 
 static_assert(sizeof(std::atomic<bool>) == sizeof(bool), "the stop flag keeps the size of a bool");
 static_assert(sizeof(std::atomic<int>) == sizeof(int), "the state keeps the size of an int");
-
-WorkException* workError(const char* format, const char* what, int code) {
-    String message;
-    message.Format(format, what);
-    return new WorkException(message.c_str(), code);
-}
 
 } // namespace
 
@@ -78,10 +68,9 @@ bool Thread::releaseParked() {
 }
 
 void* Thread::ThreadRun(void* self) {
+    // The constructor leaves its constructing state before it creates the
+    // thread, so a new thread always starts from the created state.
     Thread* thread = static_cast<Thread*>(self);
-    if (thread->m_nState.load(std::memory_order_acquire) == kConstructing)
-        thread->Stop(false);
-
     int previous;
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous);
 
@@ -111,55 +100,42 @@ bool Thread::Start() {
     if (m_hThread == 0)
         createThread();
 
-    try {
-        while (m_nState.load(std::memory_order_acquire) != kParked) {
-            usleep(50000);
-            if (m_hThread == 0)
-                createThread();
-        }
-
-        pthread_mutex_lock(&m_suspendMutex);
-        int signalled = pthread_cond_signal(&m_resumeCond);
-        // Cleared before the thread can leave its wait (it needs the mutex
-        // that the wait below releases), so a restarted Run() sees false.
-        if (signalled == 0)
-            m_bStop.store(false, std::memory_order_release);
-        pthread_cond_wait(&m_resumeCond, &m_suspendMutex);
-        // Released after the handshake so that a restart after Stop() can
-        // park its fresh thread.
-        pthread_mutex_unlock(&m_suspendMutex);
-
-        if (signalled != 0)
-            return false;
-        // From parked to running only: a Run() that already returned has
-        // written 2, which must stay for Wait() and the thread reaper.
-        int parked = kParked;
-        m_nState.compare_exchange_strong(parked, kRunning, std::memory_order_acq_rel,
-                                         std::memory_order_acquire);
-        return true;
-    } catch (abi::__forced_unwind&) {
-        throw; // the calling thread is being cancelled
-    } catch (const std::exception& e) {
-        throw workError("Thread Start Error [%s]", e.what(), 7221);
-    } catch (...) {
-        throw new WorkException("Thread Start Error", 7221);
+    // Only POSIX calls below, which report by their results; a cancellation
+    // of the calling thread in the wait unwinds through here unchanged.
+    while (m_nState.load(std::memory_order_acquire) != kParked) {
+        usleep(50000);
+        if (m_hThread == 0)
+            createThread();
     }
+
+    pthread_mutex_lock(&m_suspendMutex);
+    int signalled = pthread_cond_signal(&m_resumeCond);
+    // Cleared before the thread can leave its wait (it needs the mutex
+    // that the wait below releases), so a restarted Run() sees false.
+    if (signalled == 0)
+        m_bStop.store(false, std::memory_order_release);
+    pthread_cond_wait(&m_resumeCond, &m_suspendMutex);
+    // Released after the handshake so that a restart after Stop() can
+    // park its fresh thread.
+    pthread_mutex_unlock(&m_suspendMutex);
+
+    if (signalled != 0)
+        return false;
+    // From parked to running only: a Run() that already returned has
+    // written 2, which must stay for Wait() and the thread reaper.
+    int parked = kParked;
+    m_nState.compare_exchange_strong(parked, kRunning, std::memory_order_acq_rel,
+                                     std::memory_order_acquire);
+    return true;
 }
 
 bool Thread::Stop(bool wait) {
     m_bStop.store(true, std::memory_order_release);
-    try {
-        if (m_hThread != 0 && !releaseParked()) {
-            pthread_cancel(m_hThread);
-            if (wait)
-                pthread_join(m_hThread, nullptr);
-        }
-    } catch (abi::__forced_unwind&) {
-        throw;
-    } catch (const std::exception& e) {
-        throw workError("Thread Stop Error [%s]", e.what(), 7222);
-    } catch (...) {
-        throw new WorkException("Thread Stop Error", 7222);
+    // Only POSIX calls: nothing here throws.
+    if (m_hThread != 0 && !releaseParked()) {
+        pthread_cancel(m_hThread);
+        if (wait)
+            pthread_join(m_hThread, nullptr);
     }
     m_hThread = 0;
     m_nState.store(kFinished, std::memory_order_release);
@@ -167,22 +143,16 @@ bool Thread::Stop(bool wait) {
 }
 
 bool Thread::Wait(long milliseconds) {
-    try {
-        long slept = 0;
-        for (;;) {
-            if (m_nState.load(std::memory_order_acquire) == kFinished)
-                return true;
-            usleep(1000);
-            ++slept;
-            // A timeout of n sleeps n + 1 times; any other negative value
-            // than -1 returns after one sleep.
-            if (milliseconds != -1 && slept > milliseconds)
-                return true;
-        }
-    } catch (abi::__forced_unwind&) {
-        throw;
-    } catch (...) {
-        throw new WorkException("Thread Wait Error", 7223);
+    long slept = 0;
+    for (;;) {
+        if (m_nState.load(std::memory_order_acquire) == kFinished)
+            return true;
+        usleep(1000);
+        ++slept;
+        // A timeout of n sleeps n + 1 times; any other negative value
+        // than -1 returns after one sleep.
+        if (milliseconds != -1 && slept > milliseconds)
+            return true;
     }
 }
 

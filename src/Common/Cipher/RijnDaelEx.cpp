@@ -1,8 +1,8 @@
 //===- Common/Cipher/RijnDaelEx.cpp - AES-128 with its own key ------------===//
 #include <Vemlo/Common/Cipher/RijnDaelEx.h>
 
-#include "../Convertor/AesTables.h"
-#include "../Convertor/TableInit.h"
+#include "Common/Convertor/AesTables.h"
+#include "Common/Convertor/TableInit.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 //===- Common/Convertor/Aes.cpp - AES block cipher and CBC ----------------===//
 #include <Vemlo/Common/Convertor/Aes.h>
 
-#include "AesTables.h"
+#include "Common/Convertor/AesTables.h"
 
 #include <cerrno>
 #include <cstdint>

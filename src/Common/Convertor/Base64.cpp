@@ -1,7 +1,7 @@
 //===- Common/Convertor/Base64.cpp - Base64 without line breaks -----------===//
 #include <Vemlo/Common/Convertor/Base64.h>
 
-#include "Base64Tables.h"
+#include "Common/Convertor/Base64Tables.h"
 
 #include <climits>
 #include <cstdint>

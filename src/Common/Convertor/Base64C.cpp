@@ -1,7 +1,7 @@
 //===- Common/Convertor/Base64C.cpp - Base64 in 80-column lines -----------===//
 #include <Vemlo/Common/Convertor/Base64C.h>
 
-#include "Base64Tables.h"
+#include "Common/Convertor/Base64Tables.h"
 
 #include <climits>
 #include <cstdint>

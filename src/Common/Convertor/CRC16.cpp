@@ -1,7 +1,7 @@
 //===- Common/Convertor/CRC16.cpp - CRC-16/KERMIT checksum ----------------===//
 #include <Vemlo/Common/Convertor/CRC16.h>
 
-#include "CrcTables.h"
+#include "Common/Convertor/CrcTables.h"
 
 #include <cstdint>
 

@@ -1,8 +1,8 @@
 //===- Common/Convertor/CRC32.cpp - CRC-32 checksum -----------------------===//
 #include <Vemlo/Common/Convertor/CRC32.h>
 
-#include "CrcTables.h"
-#include "TableInit.h"
+#include "Common/Convertor/CrcTables.h"
+#include "Common/Convertor/TableInit.h"
 
 #include <cstdint>
 

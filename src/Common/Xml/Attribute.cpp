@@ -1,6 +1,8 @@
 //===- Common/Xml/Attribute.cpp - One XML attribute -----------------------===//
 #include <Vemlo/Common/Xml/Attribute.h>
 
+#include "Support/Text.h"
+
 #include <cstring>
 #include <string>
 
@@ -10,8 +12,7 @@ namespace Xml {
 
 namespace {
 
-// The four blanks String's trims remove.
-inline bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+using Vemlo::detail::isBlank;
 
 } // namespace
 
@@ -23,9 +24,13 @@ Attribute::Attribute(const char* name, const char* value) : m_sValue(value), m_s
 
 Attribute::~Attribute() = default;
 
-const char* Attribute::getName() const { return m_sName.c_str(); }
+const char* Attribute::getName() const {
+    return m_sName.c_str();
+}
 
-const char* Attribute::getValue() const { return m_sValue.c_str(); }
+const char* Attribute::getValue() const {
+    return m_sValue.c_str();
+}
 
 int Attribute::setName(const char* name) {
     m_sName = name;

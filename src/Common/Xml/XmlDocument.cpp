@@ -4,6 +4,7 @@
 #include <Vemlo/Common/Xml/XmlException.h>
 
 #include "Common/Xml/XmlScanner.h"
+#include "Support/Io.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +19,9 @@ namespace Xml {
 
 XmlDocument::XmlDocument() = default;
 
-XmlDocument::~XmlDocument() { removeAll(); }
+XmlDocument::~XmlDocument() {
+    removeAll();
+}
 
 int XmlDocument::LoadXML(String xml) {
     try {
@@ -80,25 +83,26 @@ int XmlDocument::LoadXMLFile(const char* path) {
         message.Format("fopen error : %s", m_sFileName.c_str());
         throw new XmlException(message.c_str());
     }
+    Vemlo::detail::FileCloser closer(file);
     // A folder, or a file whose size cannot be told, reads as nothing.
     struct stat info;
     long length = -1;
-    if (fstat(fileno(file), &info) == 0 && !S_ISDIR(info.st_mode) && std::fseek(file, 0, SEEK_END) == 0)
+    if (fstat(fileno(file), &info) == 0 && !S_ISDIR(info.st_mode) &&
+        std::fseek(file, 0, SEEK_END) == 0)
         length = std::ftell(file);
     std::fseek(file, 0, SEEK_SET);
-    char* buffer = length >= 0 ? static_cast<char*>(std::calloc(static_cast<size_t>(length) + 1, 1))
-                               : nullptr;
-    const size_t count =
-        buffer ? std::fread(buffer, 1, static_cast<size_t>(length) + 1, file) : 0;
+    char* buffer =
+        length >= 0 ? static_cast<char*>(std::calloc(static_cast<size_t>(length) + 1, 1)) : nullptr;
+    const size_t count = buffer ? std::fread(buffer, 1, static_cast<size_t>(length) + 1, file) : 0;
     if (!buffer || static_cast<long>(count) != length) {
         std::free(buffer);
-        std::fclose(file);
+        closer.close();
         String message;
         message.Format("Read Error: nRead=%d, lLength=%d", static_cast<int>(count),
                        static_cast<int>(length + 1));
         throw new XmlException(message.c_str());
     }
-    std::fclose(file);
+    closer.close();
     const String text(buffer); // the text ends at the first zero byte
     std::free(buffer);
     const int result = LoadXML(text);
@@ -117,9 +121,9 @@ int XmlDocument::WriteXMLFile(const char* path) {
     FILE* file = std::fopen(target, "wb");
     if (!file)
         return 0;
+    Vemlo::detail::FileCloser closer(file);
     getInnerXml();
     std::fwrite(m_sOutput.data(), 1, m_sOutput.size(), file);
-    std::fclose(file);
     return 1;
 }
 

@@ -1,5 +1,6 @@
 //===- Common/Xml/XmlScanner.cpp - The element scanner behind LoadXML -----===//
 #include "Common/Xml/XmlScanner.h"
+#include "Support/Text.h"
 
 #include <Vemlo/Common/Xml/Attribute.h>
 
@@ -12,10 +13,7 @@ namespace Xml {
 
 namespace {
 
-// The four blanks String's trims remove.
-inline bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
+using Vemlo::detail::isBlank;
 
 // Texts below this size are searched directly; an index does not pay.
 constexpr long kIndexFrom = 8192;
@@ -250,59 +248,39 @@ int XmlScanner::load(Node* node, long off, long len) {
     return result;
 }
 
-// One element: name, attributes, then either the spans of its child elements
-// (queued in `pending`) or its value.
-int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pending) {
-    const View v = view(off, len);
-
-    // Skip a declaration, then delimit the name by a blank or '>'.
+// The start tag of the element in `v`: a declaration is skipped, then the
+// name is delimited by a blank or '>'. False when the tag has no end.
+bool XmlScanner::readStartTag(const View& v, StartTag& tag) {
     const long decl = v.find("?>", 0);
-    const long start = v.find("<", decl < 0 ? 0 : decl);
-    const long gt = v.find(">", start);
-    const long sp = v.blankBefore(start, gt);
+    tag.start = v.find("<", decl < 0 ? 0 : decl);
+    tag.gt = v.find(">", tag.start);
+    tag.sp = v.blankBefore(tag.start, tag.gt);
     long nameEnd;
-    if (sp > 0 && sp < gt) {
-        nameEnd = sp;
+    if (tag.sp > 0 && tag.sp < tag.gt) {
+        nameEnd = tag.sp;
     } else {
-        if (gt < 1)
-            return 0;
-        nameEnd = gt;
+        if (tag.gt < 1)
+            return false;
+        nameEnd = tag.gt;
     }
     // `<br/>` is named "br": the first '/' becomes a blank, then blanks are
     // trimmed on the right as String::TrimRight does it (never the first
     // character).
-    std::string name = v.str(start + 1, nameEnd);
-    const size_t slash = name.find('/');
+    tag.name = v.str(tag.start + 1, nameEnd);
+    const size_t slash = tag.name.find('/');
     if (slash != std::string::npos)
-        name[slash] = ' ';
-    size_t nameLength = name.size();
-    while (nameLength > 1 && isBlank(name[nameLength - 1]))
+        tag.name[slash] = ' ';
+    size_t nameLength = tag.name.size();
+    while (nameLength > 1 && isBlank(tag.name[nameLength - 1]))
         --nameLength;
-    name.resize(nameLength);
-    node->setName(name.c_str());
+    tag.name.resize(nameLength);
+    return true;
+}
 
-    const long tagEnd = v.at(gt - 1) == '/' ? gt - 1 : gt;
-    if (sp >= 1 && sp < tagEnd)
-        loadAttributes(node, v.str(sp, tagEnd));
-
-    // The element ends at the first `</name>` after its start, or else at
-    // the first "/>".
-    const std::string endTag = endTagFor(name);
-    long contentEnd = v.find(endTag, start);
-    if (contentEnd < 0) {
-        const long selfClose = v.find("/>", start);
-        if (selfClose < 0)
-            return 0;
-        contentEnd = selfClose + 2;
-    }
-    // The content starts after the text's first '>'. Should the end tag come
-    // before it, the content runs to the end of the text, as a substring with
-    // a negative length always has.
-    const long contentStart = v.find(">", 0) + 1;
-    const long contentLen =
-        contentEnd >= contentStart ? contentEnd - contentStart : len - contentStart;
-    const View content = view(off + contentStart, contentLen);
-
+// Queues the spans of the child elements in `content` and adds their nodes
+// to `node`: 1 when there were some, 0 when one has no end (the children
+// added so far stay), kNoChildren when there are none.
+int XmlScanner::loadChildren(Node* node, const View& content, std::vector<Pending>& pending) {
     for (long p = 0;;) {
         const long lt = content.find("<", p);
         const long cgt = content.find(">", lt);
@@ -316,7 +294,7 @@ int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pe
             childNameEnd = csp;
         } else {
             if (cgt < 0)
-                break;
+                return kNoChildren;
             childNameEnd = cgt;
         }
         const std::string childTag = endTagFor(std::string_view(
@@ -327,7 +305,7 @@ int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pe
         } else {
             const long selfClose = content.find("/>", lt);
             if (selfClose < 0)
-                return 0; // children added so far stay
+                return 0;
             childEnd = selfClose + 2;
         }
         Node* child = new Node;
@@ -337,6 +315,41 @@ int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pe
         if (p < 0)
             return 1; // the value stays as it was
     }
+}
+
+// One element: name, attributes, then either the spans of its child elements
+// (queued in `pending`) or its value.
+int XmlScanner::loadOne(Node* node, long off, long len, std::vector<Pending>& pending) {
+    const View v = view(off, len);
+    StartTag tag;
+    if (!readStartTag(v, tag))
+        return 0;
+    node->setName(tag.name.c_str());
+
+    const long tagEnd = v.at(tag.gt - 1) == '/' ? tag.gt - 1 : tag.gt;
+    if (tag.sp >= 1 && tag.sp < tagEnd)
+        loadAttributes(node, v.str(tag.sp, tagEnd));
+
+    // The element ends at the first `</name>` after its start, or else at
+    // the first "/>".
+    long contentEnd = v.find(endTagFor(tag.name), tag.start);
+    if (contentEnd < 0) {
+        const long selfClose = v.find("/>", tag.start);
+        if (selfClose < 0)
+            return 0;
+        contentEnd = selfClose + 2;
+    }
+    // The content starts after the text's first '>'. Should the end tag come
+    // before it, the content runs to the end of the text, as a substring with
+    // a negative length always has.
+    const long contentStart = v.find(">", 0) + 1;
+    const long contentLen =
+        contentEnd >= contentStart ? contentEnd - contentStart : len - contentStart;
+    const View content = view(off + contentStart, contentLen);
+
+    const int children = loadChildren(node, content, pending);
+    if (children != kNoChildren)
+        return children;
 
     // No child element: the whole content, trimmed at both ends, is the value.
     long first = 0, last = content.len;

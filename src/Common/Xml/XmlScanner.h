@@ -91,6 +91,18 @@ private:
     static long seek(Occurrences& index, long from);
     void buildEndTagIndex();
     int loadOne(Node* node, long off, long len, std::vector<Pending>& pending);
+    // What the start tag of an element tells: where it starts, its '>', the
+    // first blank before that '>' (or -1), and the element's name.
+    struct StartTag {
+        long start;
+        long gt;
+        long sp;
+        std::string name;
+    };
+    static bool readStartTag(const View& v, StartTag& tag);
+    // loadChildren's answer for a content without child elements.
+    static constexpr int kNoChildren = -1;
+    int loadChildren(Node* node, const View& content, std::vector<Pending>& pending);
 
     const char* m_data;
     long m_size;

@@ -1,6 +1,8 @@
 //===- Data/Collection/HashTable.cpp - String-keyed table -----------------===//
 #include <Vemlo/Data/Collection/HashTable.h>
 
+#include "Support/Text.h"
+
 #include <cstring>
 #include <memory>
 
@@ -10,9 +12,7 @@ namespace Collection {
 
 namespace {
 
-inline const char* orEmpty(const char* s) {
-    return s ? s : "";
-}
+using Vemlo::detail::orEmpty;
 
 // The key's element, found in the map's `slot`, gets the value in place (an
 // Object* value replaced that way stays the caller's); a new key gets a new
@@ -59,7 +59,7 @@ Object* HashTable::getValue(const char* key) {
 const char* HashTable::getStringValue(const char* key) {
     HashElement* element = getElement(key);
     const char* text = element ? element->getStringValue() : nullptr;
-    return text ? text : "";
+    return orEmpty(text);
 }
 
 int HashTable::getPosition(const char* key) {

@@ -1,5 +1,6 @@
 //===- Data/Properties/FileReplace.cpp - Replacing files whole ------------===//
 #include "Data/Properties/FileReplace.h"
+#include "Support/Io.h"
 
 #include <atomic>
 #include <cerrno>
@@ -15,6 +16,8 @@ namespace Properties {
 namespace FileReplace {
 
 namespace {
+
+using Vemlo::detail::FdCloser;
 
 // Links followed at most, as the system does before it gives up (ELOOP).
 constexpr int kMaxLinks = 40;
@@ -59,8 +62,9 @@ bool writeInPlace(const std::string& target, const char* data, size_t size) {
     const int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (fd < 0)
         return false;
+    FdCloser closer(fd);
     const bool written = writeAll(fd, data, size) && SyncFile(fd);
-    return ::close(fd) == 0 && written;
+    return closer.close() == 0 && written;
 }
 
 } // namespace
@@ -99,8 +103,8 @@ void SyncFolder(const std::string& target) {
     const int fd = ::open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0)
         return;
+    FdCloser closer(fd);
     ::fsync(fd);
-    ::close(fd);
 }
 
 bool Replace(const char* path, const char* data, size_t size) {
@@ -126,14 +130,15 @@ bool Replace(const char* path, const char* data, size_t size) {
             return writeInPlace(target, data, size);
         return false;
     }
+    FdCloser closer(fd);
     // A new file that cannot have the old one's owner would lock others out.
     if (!CopyOwnerAndMode(fd, target)) {
-        ::close(fd);
+        closer.close();
         ::unlink(temporary.c_str());
         return writeInPlace(target, data, size);
     }
     bool written = writeAll(fd, data, size) && SyncFile(fd);
-    if (::close(fd) != 0)
+    if (closer.close() != 0)
         written = false;
     if (!written || ::rename(temporary.c_str(), target.c_str()) != 0) {
         ::unlink(temporary.c_str());

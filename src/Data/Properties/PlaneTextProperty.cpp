@@ -6,6 +6,8 @@
 #include <Vemlo/Data/Properties/PropertyException.h>
 
 #include "Data/Properties/FileReplace.h"
+#include "Support/Io.h"
+#include "Support/Text.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -20,6 +22,9 @@ namespace Data {
 namespace Properties {
 
 namespace {
+
+using Vemlo::detail::FileCloser;
+using Vemlo::detail::orEmpty;
 
 // What a new file holds: one entry, no newline.
 const char kCommentLine[] = "Comment=Trimlo Configuration File;";
@@ -37,58 +42,19 @@ constexpr size_t kPathBufferSize = 1024;
     throw new PropertyException(message.c_str());
 }
 
-// Closes the file on every way out of a scope.
-class FileCloser {
-public:
-    explicit FileCloser(FILE* file) : m_file(file) {}
-    ~FileCloser() {
-        if (m_file)
-            std::fclose(m_file);
-    }
-    FileCloser(const FileCloser&) = delete;
-    FileCloser& operator=(const FileCloser&) = delete;
-    // Closes now and gives fclose's result.
-    int close() {
-        FILE* file = m_file;
-        m_file = nullptr;
-        return std::fclose(file);
-    }
-
-private:
-    FILE* m_file;
-};
-
 // (Re)creates `path` holding only the comment line.
 void createWithComment(const char* path) {
     FILE* file = std::fopen(path, "w");
     if (!file)
         throwWithPath("cannot open file [%s]", path);
+    FileCloser closer(file);
     std::fwrite(kCommentLine, 1, sizeof kCommentLine - 1, file);
-    std::fclose(file);
 }
 
-// `path` as one word for the shell: unchanged when it holds only characters
-// the shell leaves alone, else single-quoted; "./" in front of a leading '-'
-// so that mv does not read it as an option.
+// `path` as one word for the shell (see shellQuote); "./" in front of a
+// leading '-' so that mv does not read it as an option.
 std::string shellWord(const char* path) {
-    std::string word;
-    if (path[0] == '-')
-        word = "./";
-    word += path;
-    if (!word.empty() &&
-        word.find_first_not_of(
-            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./+,:@%=-") ==
-            std::string::npos)
-        return word;
-    std::string quoted = "'";
-    for (char c : word) {
-        if (c == '\'')
-            quoted += "'\\''";
-        else
-            quoted += c;
-    }
-    quoted += "'";
-    return quoted;
+    return Vemlo::detail::shellQuote(std::string(path[0] == '-' ? "./" : "") + path);
 }
 
 } // namespace
@@ -180,7 +146,7 @@ int PlaneTextProperty::Update(const char* path) {
         if (!key)
             continue;
         const char* value = table->getStringValue(i);
-        line.assign(key).append("=").append(value ? value : "").append(";\n");
+        line.assign(key).append("=").append(orEmpty(value)).append(";\n");
         written = std::fwrite(line.data(), 1, line.size(), file) == line.size();
     }
     // The new file keeps the old one's permissions, and is on the disk before

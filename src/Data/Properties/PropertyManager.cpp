@@ -5,6 +5,8 @@
 #include <Vemlo/Data/Properties/IProperty.h>
 #include <Vemlo/Data/Properties/PropertyBuilder.h>
 
+#include "Support/Text.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -17,10 +19,10 @@ using Vemlo::Data::Collection::HashTable;
 
 namespace {
 
+using Vemlo::detail::orEmpty;
+
 // At most 199 bytes of the working directory are used.
 constexpr size_t kWorkingDirectoryBufferSize = 200;
-
-inline const char* orEmpty(const char* s) { return s ? s : ""; }
 
 } // namespace
 
@@ -29,8 +31,9 @@ String PropertyManager::m_sFolderPath;
 PropertyManager::PropertyManager() : m_pInstances(new HashTable) {}
 
 PropertyManager::PropertyManager(const PropertyManager& other)
-    : m_pInstances(new HashTable), m_sConfigText(other.m_sConfigText), m_sDefaultName(other.m_sDefaultName),
-      m_sFolderName(other.m_sFolderName), m_sExtension(other.m_sExtension) {}
+    : m_pInstances(new HashTable), m_sConfigText(other.m_sConfigText),
+      m_sDefaultName(other.m_sDefaultName), m_sFolderName(other.m_sFolderName),
+      m_sExtension(other.m_sExtension) {}
 
 PropertyManager::~PropertyManager() {
     delete m_pInstances;
@@ -59,7 +62,9 @@ IProperty* PropertyManager::getInstance(const char* name) {
     return getInstance(name, path.c_str());
 }
 
-IProperty* PropertyManager::getInstance() { return getInstance(m_sDefaultName.c_str()); }
+IProperty* PropertyManager::getInstance() {
+    return getInstance(m_sDefaultName.c_str());
+}
 
 IProperty* PropertyManager::getInstance(const char* name, const char* path) {
     if (IProperty* cached = getInstanceFromQ(name))

@@ -8,6 +8,8 @@
 #include <Vemlo/Data/Collection/HashTable.h>
 
 #include "Data/Properties/FileReplace.h"
+#include "Support/Io.h"
+#include "Support/Text.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -26,16 +28,14 @@ using Vemlo::Common::Xml::XmlDocument;
 
 namespace {
 
+using Vemlo::detail::isBlank;
+
 // What a new file holds (29 bytes, no newline).
 const char kEmptyDocument[] = "<FileProperty></FileProperty>";
 // Read buffer: chunks of up to 2000 bytes, zero-terminated.
 constexpr size_t kChunkSize = 2000;
 // Keys below the top level are formatted, and so cut, at this length.
 constexpr size_t kMaxKeyLength = 2047;
-
-inline bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
 
 // `value` without the blanks the reader trims.
 std::string trimmed(const char* value) {
@@ -267,6 +267,7 @@ int XmlProperty::IsValidate(const char* path) {
         }
     } else {
         std::printf("xml property file [%s] exists \n", path);
+        Vemlo::detail::FileCloser closer(file);
         std::string text;
         char chunk[kChunkSize + 1];
         for (;;) {
@@ -277,7 +278,7 @@ int XmlProperty::IsValidate(const char* path) {
             // A zero byte ends the chunk's text.
             text.append(chunk, strnlen(chunk, count));
         }
-        std::fclose(file);
+        closer.close();
         try {
             if (m_pDocument->LoadXML(String(text)) != 0)
                 return 1;

@@ -5,6 +5,8 @@
 #include <Vemlo/Log/Logger.h>
 #include <Vemlo/String.h>
 
+#include "Support/Io.h"
+
 #include <cerrno>
 #include <cstring>
 
@@ -60,28 +62,21 @@ int ClientBase::Send(char* buffer, int length) {
 int ClientBase::UnitSend(char* buffer, int length) {
     if (m_nSocket == 0 || length < 1)
         return 0;
-    int done = 0;
-    while (done < length) {
-        const ssize_t sent = ::send(m_nSocket, buffer + done, length - done, 0);
-        if (sent < 1) {
-            // The option length is 0, so the kernel copies nothing and the
-            // byte keeps its initial 0: the number in the message is not the
-            // socket's error. Peers match this exact message, so the call is
-            // kept in this form. (User-mode emulators may copy one byte.)
-            unsigned char error = 0;
-            socklen_t size = 0;
-            if (::getsockopt(m_nSocket, SOL_SOCKET, SO_ERROR, &error, &size) == 0) {
-                String message;
-                message.Format("client socket is closed : error number [%d] ",
-                               static_cast<int>(error));
-                throw new Vemlo::Common::Exception(message.c_str(), -1);
-            }
-            throw new Vemlo::Common::Exception(
-                "client socket is closed : error number extraction is failed", -1);
-        }
-        done += static_cast<int>(sent);
+    if (Vemlo::detail::sendAll(m_nSocket, buffer, length) == length)
+        return length;
+    // The option length is 0, so the kernel copies nothing and the byte
+    // keeps its initial 0: the number in the message is not the socket's
+    // error. Peers match this exact message, so the call is kept in this
+    // form. (User-mode emulators may copy one byte.)
+    unsigned char error = 0;
+    socklen_t size = 0;
+    if (::getsockopt(m_nSocket, SOL_SOCKET, SO_ERROR, &error, &size) == 0) {
+        String message;
+        message.Format("client socket is closed : error number [%d] ", static_cast<int>(error));
+        throw new Vemlo::Common::Exception(message.c_str(), -1);
     }
-    return length;
+    throw new Vemlo::Common::Exception(
+        "client socket is closed : error number extraction is failed", -1);
 }
 
 int ClientBase::Receive(char* buffer, int length) {
