@@ -221,3 +221,16 @@ TEST_F(WebPostMessageTest, AServerThatNeverAnswersOrNeverEndsKeepsTheCallUntilIt
     EXPECT_GE(spooled, enough);
     EXPECT_TRUE(endlessOut.str() == pattern(endlessOut.length()));
 }
+
+// Every byte goes, however few; a peer that has gone gives the send's -1.
+TEST(WebPostMessageSendTest, SendBytesSendsEveryByteAndReportsAVanishedPeer) {
+    int pair[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
+    char data[] = "xyz", got[4] = {0};
+    EXPECT_EQ(WebPostMessage::SendBytes(pair[0], data, 1), 1);
+    EXPECT_EQ(WebPostMessage::SendBytes(pair[0], data, 0), 0);
+    EXPECT_EQ(recv(pair[1], got, sizeof got, MSG_DONTWAIT), 1);
+    close(pair[1]);
+    EXPECT_EQ(WebPostMessage::SendBytes(pair[0], data, 3), -1);
+    close(pair[0]);
+}

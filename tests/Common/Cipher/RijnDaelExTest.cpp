@@ -94,4 +94,12 @@ TEST(RijnDaelExTest, SetKeysAndStaticHelpersRotateKeysOverTheArray) {
     EXPECT_EQ(back, in);
     RijnDaelEx::DecBlock(nullptr, 3, chars(in), chars(back), 16); // no objects: nothing done
     EXPECT_EQ(back, in);
+    // One object will do, and a single byte is a tail, copied by every form.
+    Bytes one(20);
+    RijnDaelEx::DecBlock(objects, 1, chars(out), chars(one), 16);
+    RijnDaelEx::DecBlock(objects, 1, chars(in) + 16, chars(one) + 16, 1);
+    RijnDaelEx::EncBlock(objects, 1, chars(in) + 17, chars(one) + 17, 1);
+    objects[0].Dec(chars(in) + 18, chars(one) + 18, 1);
+    objects[0].Enc(chars(in) + 19, chars(one) + 19, 1);
+    EXPECT_EQ(one, Bytes(in.begin(), in.begin() + 20));
 }
