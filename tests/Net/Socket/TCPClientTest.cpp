@@ -10,7 +10,6 @@
 #include <dlfcn.h>
 #include <poll.h>
 
-using NetTest::isOpen;
 using NetTest::text;
 using Vemlo::Net::NetException;
 
@@ -61,7 +60,7 @@ protected:
 
 } // namespace
 
-TEST_F(TCPClientTest, ClientAndServerTalkBothWaysUntilThePeerGoesMidSend) {
+TEST_F(TCPClientTest, ClientAndServerTalkBothWaysThroughPartialSends) {
     ASSERT_EQ(server.Listen(4), 0);
     // The integer is ignored; a name resolves as well as a dotted address.
     ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
@@ -69,9 +68,9 @@ TEST_F(TCPClientTest, ClientAndServerTalkBothWaysUntilThePeerGoesMidSend) {
     const int accepted = server.Accept(nullptr);
     ASSERT_GT(accepted, 0);
 
-    // Client to server: more than the socket buffers hold at once; then the
-    // server answers, reads a little of a second send and goes with data
-    // unread (a reset).
+    // Client to server: more than the socket buffers hold at once, so sends
+    // return short; then the server answers. (A peer that goes mid-send is
+    // ClientBase's.)
     std::vector<char> up(3 * 1024 * 1024 + 17, 'u'), received;
     std::thread peerThread([&] {
         char buffer[65536];
@@ -79,17 +78,13 @@ TEST_F(TCPClientTest, ClientAndServerTalkBothWaysUntilThePeerGoesMidSend) {
              received.size() < up.size() && (got = recv(accepted, buffer, sizeof buffer, 0)) > 0;)
             received.insert(received.end(), buffer, buffer + got);
         send(accepted, "down", 4, 0);
-        recv(accepted, buffer, 1000, MSG_WAITALL);
         close(accepted);
     });
     EXPECT_EQ(client.Send(up.data(), static_cast<int>(up.size())), static_cast<int>(up.size()));
     char buffer[16] = {0};
     EXPECT_EQ(client.Receive(buffer, sizeof buffer), 4);
-    std::vector<char> more(32 * 1024 * 1024);
-    EXPECT_EQ(client.Send(more.data(), static_cast<int>(more.size())), -1);
     peerThread.join();
     EXPECT_TRUE(received == up);
-    EXPECT_TRUE(isOpen(client.fd())); // a failed send leaves the socket to Close
     EXPECT_EQ(client.Close(), 0);
     EXPECT_EQ(client.fd(), 0);
 }
