@@ -1,5 +1,6 @@
 //===- Common/Xml/XmlDocumentTest.cpp - Reading and writing XML text ------===//
 #include "support/TestConfig.h"
+#include "Common/Xml/XmlScanner.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -156,4 +157,32 @@ TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTree) {
     }
     if (!haveXmllint)
         std::printf("xmllint not installed: well-formedness not checked\n");
+}
+
+// Texts of 8 KiB and more are searched through an index: in any order of
+// searches, over any span, it finds what a plain search finds. Half of the
+// searches start at the occurrence before the last one found.
+TEST(XmlScannerTest, IndexedSearchesFindWhatAPlainSearchFinds) {
+    std::mt19937 rng(8192);
+    std::string text;
+    while (text.size() < 40000)
+        text += "<a>" + std::string(rng() % 400, 'y') + "</a><b k='1'/></bb>";
+    const long size = long(text.size());
+    XmlScanner scanner(text.data(), text.size());
+    const char* const patterns[] = {"<", ">", "/>", "?>", "</a>", "</bb>", "</b>", "</c>"};
+    long previous[8] = {};
+    for (int i = 0; i < 50000; ++i) {
+        const int k = int(rng() % 8);
+        const std::string p = patterns[k];
+        const long off = rng() % 2 ? 0 : long(rng() % size);
+        const long len = rng() % 4 ? size - off : long(rng() % (size - off + 1));
+        long from =
+            rng() % 2 ? long(text.rfind(p, previous[k] - 1)) - off : long(rng() % (len + 1));
+        from = from < 0 || from > len ? 0 : from;
+        const size_t hit = text.find(p, size_t(off + from));
+        const long expected =
+            hit != std::string::npos && long(hit + p.size()) <= off + len ? long(hit) - off : -1;
+        ASSERT_EQ(scanner.view(off, len).find(p, from), expected) << p << " " << off << "+" << from;
+        previous[k] = expected >= 0 ? off + expected : previous[k];
+    }
 }
