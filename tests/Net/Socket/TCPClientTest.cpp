@@ -144,4 +144,13 @@ TEST_F(TCPClientTest, UnlikeTheClientTheServerClosesNegativeDescriptors) {
     EXPECT_EQ(server.Close(), -1);
     EXPECT_EQ(errno, EBADF);
     EXPECT_EQ(server.fd(), 0);
+    // Its destructor closes what Close would, and leaves descriptor 0 alone.
+    const int bound = [] {
+        Server other;
+        other.Bind(0, text("127.0.0.1"));
+        return other.fd();
+    }();
+    EXPECT_FALSE(NetTest::isOpen(bound));
+    { Server unused; }
+    EXPECT_TRUE(NetTest::isOpen(0));
 }
