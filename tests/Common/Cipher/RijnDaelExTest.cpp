@@ -49,7 +49,7 @@ TEST(RijnDaelExTest, WithoutAKeyGivesZerosAndANullKeyOrLengthIsIgnored) {
     EXPECT_EQ(out, Bytes(16, 0x55));
 }
 
-// Enc is Aes with a 128-bit key (which AesTest and AesOpenSslTest check) block
+// Enc is Aes with a 128-bit key (which AesTest checks) block
 // by block, for random keys; it copies a tail of under 16 bytes as it is, and
 // Dec, in place, undoes it.
 TEST(RijnDaelExTest, EncIsAes128ByBlockAndCopiesTheTail) {
