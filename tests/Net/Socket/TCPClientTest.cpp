@@ -9,6 +9,7 @@
 
 #include <dlfcn.h>
 #include <poll.h>
+#include <sys/resource.h>
 
 using NetTest::text;
 using Vemlo::Net::NetException;
@@ -135,6 +136,27 @@ TEST_F(TCPClientTest, AnImmediateConnectIsFailMinusWithTheSocketKept) {
     char buffer[8] = {0};
     EXPECT_EQ(recv(first, buffer, sizeof buffer, 0), 4);
     close(first);
+}
+
+// select() cannot watch a descriptor from FD_SETSIZE on: such a socket still
+// connects (and nothing is written past an fd_set, which ASan would see).
+TEST_F(TCPClientTest, ASocketPastTheSelectLimitConnects) {
+    rlimit limit;
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit.rlim_cur = limit.rlim_max;
+    if (limit.rlim_max <= FD_SETSIZE || setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        GTEST_SKIP() << "no descriptor past " << FD_SETSIZE << " allowed";
+    ASSERT_EQ(server.Listen(2), 0);
+    std::vector<int> fillers; // every lower descriptor taken
+    for (int fd = 0; fd < FD_SETSIZE; ++fd)
+        if (!NetTest::isOpen(fd))
+            fillers.push_back(dup2(0, fd));
+    const int connected = client.Connect(text("127.0.0.1"), 0, server.port());
+    for (int fd : fillers)
+        close(fd);
+    EXPECT_EQ(connected, 0);
+    EXPECT_EQ(client.fd(), FD_SETSIZE);
+    close(server.Accept(nullptr));
 }
 
 TEST_F(TCPClientTest, UnlikeTheClientTheServerClosesNegativeDescriptors) {
