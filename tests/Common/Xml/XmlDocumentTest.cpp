@@ -2,6 +2,9 @@
 #include "support/TestConfig.h"
 #include "Common/Xml/XmlScanner.h"
 
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <random>
 
 using namespace Vemlo::Common::Xml;
@@ -115,6 +118,7 @@ void grow(Node* node, std::mt19937& rng, int depth, int& budget) {
 
 TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTree) {
     TempDir dir;
+    const bool haveXmllint = std::system("command -v xmllint > /dev/null 2>&1") == 0;
     std::mt19937 rng(20261121);
     for (int round = 0; round < 20; ++round) {
         XmlDocument original;
@@ -145,7 +149,14 @@ TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTree) {
         ASSERT_EQ(loaded.WriteXMLFile(""), 1);
         EXPECT_EQ(VemloTest::ReadFile(path), loaded.getInnerXml());
         EXPECT_EQ(loaded.getNodeListByName("root"), nullptr);
+
+        if (haveXmllint && round % 5 == 0) {
+            const std::string check = "xmllint --noout '" + path + "' 2>&1";
+            EXPECT_EQ(std::system(check.c_str()), 0) << path;
+        }
     }
+    if (!haveXmllint)
+        std::printf("xmllint not installed: well-formedness not checked\n");
 }
 
 // Texts of 8 KiB and more are searched through an index: in any order of
