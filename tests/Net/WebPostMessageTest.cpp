@@ -127,6 +127,8 @@ TEST_F(WebPostMessageTest, UrlsAreSplitAndBadOnesGiveZero) {
     EXPECT_EQ(post.m_sHost, "bad host");
     EXPECT_EQ(post.m_nPort, 8080);
     EXPECT_EQ(post.m_sPath, "/form");
+    PostObject fresh; // no receive buffer yet: nothing is read
+    EXPECT_EQ(WebPostMessage::MessageReceive(&fresh), 0);
     int holder = -1;
     const std::string refused =
         "http://127.0.0.1:" + std::to_string(NetTest::closedPort(holder)) + "/x";
