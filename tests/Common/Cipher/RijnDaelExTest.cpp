@@ -93,6 +93,7 @@ TEST(RijnDaelExTest, SetKeysAndStaticHelpersRotateKeysOverTheArray) {
     RijnDaelEx::DecBlock(objects, 3, chars(out), chars(back), 70);
     EXPECT_EQ(back, in);
     RijnDaelEx::DecBlock(nullptr, 3, chars(in), chars(back), 16); // no objects: nothing done
+    RijnDaelEx::EncBlock(nullptr, 3, chars(in), chars(back), 16);
     EXPECT_EQ(back, in);
     // One object will do, and a single byte is a tail, copied by every form.
     Bytes one(20);

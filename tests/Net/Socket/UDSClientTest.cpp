@@ -55,6 +55,10 @@ TEST(UDSClientTest, PathsAreCutAt107CharactersAndNoServerMeansCannotConnect) {
     EXPECT_TRUE(isSocketFile(cut));
     Client client;
     EXPECT_EQ(client.Connect(text(cut + "-never-seen"), 0, 0), 0);
+    const int first = client.fd(); // a second Connect closes the first socket
+    EXPECT_EQ(client.Connect(text(cut), 0, 0), 0);
+    EXPECT_EQ(client.fd(), first);
+    close(server.Accept(nullptr));
     close(server.Accept(nullptr));
 
     Client lonely;
