@@ -41,16 +41,20 @@ TEST(VersionTest, ComparesNumericallyOnlyWithEqualComponentCounts) {
 }
 
 TEST(VersionTest, SettersFillMissingComponentsWithZeroAndLeaveTheText) {
-    Version empty, none, one("1"), v;
+    Version empty, none, one("1"), v, two("1.2"), twoBuilt("1.2");
     empty.setBuildNumber("9");
     none.setReleasePatchVersion("5");
     one.setReleasePatchVersion("5");
+    two.setReleasePatchVersion("5"); // components present are kept
+    twoBuilt.setBuildNumber("9");
     v.setMinorVersion("7");
     v.setReleasePatchVersion("5");
     v.setBuildNumber("9");
     v.setMajorVersion("3");
-    EXPECT_EQ(parts(empty) + " " + parts(none) + " " + parts(one) + " " + parts(v),
-              "0.0.0.9 (4) 0.0.5 (3) 1.0.5 (3) 3.7.5.9 (4)");
+    two.setBuildNumber("9");
+    EXPECT_EQ(parts(empty) + " " + parts(none) + " " + parts(one) + " " + parts(v) + " " +
+                  parts(two) + " " + parts(twoBuilt),
+              "0.0.0.9 (4) 0.0.5 (3) 1.0.5 (3) 3.7.5.9 (4) 1.2.5.9 (4) 1.2.0.9 (4)");
     EXPECT_EQ(std::string(v.getMajorVersion()) + v.getMinorVersion() + v.getReleasePatchVersion() +
                   v.getBuildNumber() + v.getVersion(),
               "3759");

@@ -29,6 +29,8 @@ protected:
 TEST_F(ConfigurationManagerTest, OneManagerReadsEachFileOfTheWorkingDirectoryOnce) {
     ConfigurationManager* manager = ConfigurationManager::GetManager();
     EXPECT_STREQ(manager->getInstance()->getValue("App.Name"), "demo");
+    // A cached name ignores the path it is asked with.
+    EXPECT_EQ(manager->getInstance("default", "/ignored"), manager->getInstance());
 
     // Another name is another file of the folder, read once per manager.
     const std::string file = folder() + "changing.config";

@@ -49,7 +49,7 @@ TEST(RijnDaelExTest, WithoutAKeyGivesZerosAndANullKeyOrLengthIsIgnored) {
     EXPECT_EQ(out, Bytes(16, 0x55));
 }
 
-// Enc is Aes with a 128-bit key (which AesTest and AesOpenSslTest check) block
+// Enc is Aes with a 128-bit key (which AesTest checks) block
 // by block, for random keys; it copies a tail of under 16 bytes as it is, and
 // Dec, in place, undoes it.
 TEST(RijnDaelExTest, EncIsAes128ByBlockAndCopiesTheTail) {
@@ -93,5 +93,14 @@ TEST(RijnDaelExTest, SetKeysAndStaticHelpersRotateKeysOverTheArray) {
     RijnDaelEx::DecBlock(objects, 3, chars(out), chars(back), 70);
     EXPECT_EQ(back, in);
     RijnDaelEx::DecBlock(nullptr, 3, chars(in), chars(back), 16); // no objects: nothing done
+    RijnDaelEx::EncBlock(nullptr, 3, chars(in), chars(back), 16);
     EXPECT_EQ(back, in);
+    // One object will do, and a single byte is a tail, copied by every form.
+    Bytes one(20);
+    RijnDaelEx::DecBlock(objects, 1, chars(out), chars(one), 16);
+    RijnDaelEx::DecBlock(objects, 1, chars(in) + 16, chars(one) + 16, 1);
+    RijnDaelEx::EncBlock(objects, 1, chars(in) + 17, chars(one) + 17, 1);
+    objects[0].Dec(chars(in) + 18, chars(one) + 18, 1);
+    objects[0].Enc(chars(in) + 19, chars(one) + 19, 1);
+    EXPECT_EQ(one, Bytes(in.begin(), in.begin() + 20));
 }

@@ -14,19 +14,15 @@ const unsigned char kCheck[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
 } // namespace
 
 // Each test runs in its own process, so this one sees the flag as it starts.
-TEST(CRC32Test, TableIsPrefilledAndRebuiltOnFirstUse) {
+// The CRC catalogue's check values over "123456789" (CRC-32/ISO-HDLC,
+// CRC-16/KERMIT); no buffer gives the previous value, 0 for CRC16.
+TEST(CRC32Test, CheckValuesAndTheTableRebuiltOnFirstUse) {
     EXPECT_EQ(CRC32::bFlag, 1);
     CRC32::crc_table[1] = 0; // the rebuild restores it
     EXPECT_EQ(CRC32::crc32(0, kCheck, 9), 0xCBF43926ul);
     EXPECT_EQ(CRC32::bFlag, 0);
     EXPECT_EQ(CRC32::crc_table[1], 0x77073096u);
-}
-
-// CRC catalogue check value over "123456789" of CRC-16/KERMIT (CRC-32's is
-// above); continuation is the bitwise test's random start values.
-TEST(CRC32Test, CheckValueAndNoBuffer) {
     EXPECT_EQ(CRC16::crc16(kCheck, 9), 0x2189u);
-    // Length 0 or no buffer: the previous value, unchanged; 0 for CRC16.
     EXPECT_EQ(CRC32::crc32(0xCBF43926ul, nullptr, 9), 0xCBF43926ul);
     EXPECT_EQ(CRC16::crc16(nullptr, 9), 0u);
 }

@@ -62,12 +62,17 @@ TEST_F(FilePropertyTest, PrefixAppliesToReadsOnly) {
     p.setPrefix("Base");
     EXPECT_EQ(p.getIntValue("Log.Level"), 3);
     EXPECT_STREQ(p.getValue("Base.Log.Level"), ""); // Base.Base.Log.Level
+    FileProperty copy(p); // the prefix, and a set of its own read from the file
+    EXPECT_EQ(copy.getDoubleValue("Log.Level"), 3.0);
 
     // Writes take the key as given: existing callers depend on it.
     p.setValue("b", "1");
     EXPECT_STREQ(p.getValue("b"), ""); // Base.b
     EXPECT_EQ(p.Update(), 1);          // to the file name
     EXPECT_STREQ(FileProperty(path.c_str()).getValue("b"), "1");
+    auto* object = new Vemlo::Data::Object;
+    p.setObjValue("Base.o", object);
+    EXPECT_EQ(p.getObjValue("o"), object);
 }
 
 TEST_F(FilePropertyTest, FailedLoadThrows201AndLeavesAnEmptyShell) {
@@ -95,6 +100,9 @@ TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
         ASSERT_EQ(symlink("real", link.c_str()), 0);
         std::unique_ptr<Property> p(newSet(xml));
         p->Load(link.c_str());
+        // Temporary names left by an earlier process of this number are skipped.
+        for (int k = 0; xml && k < 10; ++k)
+            WriteFile(real + ".tmp." + std::to_string(getpid()) + "." + std::to_string(k), "");
         p->setValue("A", "2");
         EXPECT_EQ(p->Update(link.c_str()), xml ? 1 : 0);
         struct stat info;
@@ -105,7 +113,15 @@ TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
         std::unique_ptr<Property> reread(newSet(xml));
         reread->Load(real.c_str());
         EXPECT_STREQ(reread->getValue("A"), "2");
-        EXPECT_EQ(entries(folder.path()), 2u); // no temporary file left
+        EXPECT_EQ(entries(folder.path()), xml ? 12u : 2u); // no temporary file of its own left
+        // An XML file with a second name is written in place, so that name sees
+        // the change; mv gives a plain-text file a new one.
+        ASSERT_EQ(::link(real.c_str(), folder.file("hard").c_str()), 0);
+        p->setValue("A", "3");
+        p->Update(link.c_str());
+        reread.reset(newSet(xml));
+        reread->Load(folder.file("hard").c_str());
+        EXPECT_STREQ(reread->getValue("A"), xml ? "3" : "2");
     }
 }
 

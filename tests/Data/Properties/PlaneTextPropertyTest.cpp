@@ -44,8 +44,11 @@ TEST(PlaneTextPropertyTest, LineRulesLongLinesAndNumbers) {
     // A line longer than the 2000-byte buffer is read as pieces of 1999 bytes,
     // each parsed as a line: the first has no ';', the second is an entry.
     const std::string longLine = "big=" + std::string(1995, 'v') + "tail=x;\n";
-    WriteFile(path, "# header\nmulti=a;b;\na = b;\r\n" + std::string(256, 'k') +
-                        "=v;\nnoted=v; # note\nn=12abc;\nhuge=99999999999;\n" + longLine);
+    WriteFile(
+        path,
+        "# header\nmulti=a;b;\na = b;\r\n" + std::string(256, 'k') +
+            "=v;\nnoted=v; # note\nn=12abc;\nhuge=99999999999;\ntiny=-99999999999;\nd=2.5x;\n" +
+            longLine);
     PlaneTextProperty p;
     ASSERT_EQ(p.Load(path.c_str()), 0);
     EXPECT_STREQ(p.getValue("multi"), "a");
@@ -56,6 +59,14 @@ TEST(PlaneTextPropertyTest, LineRulesLongLinesAndNumbers) {
     EXPECT_STREQ(p.getValue("tail"), "x");
     EXPECT_EQ(p.getIntValue("n"), 12);
     EXPECT_EQ(p.getIntValue("huge"), 2147483647); // the same on 32 and 64 bits
+    EXPECT_EQ(p.getIntValue("tiny"), -2147483647 - 1);
+    EXPECT_EQ(p.getDoubleValue("d"), 2.5);
+    // Assignment keeps the entries of each set (sharing the table would free it twice).
+    PlaneTextProperty other;
+    other.setObjValue("o", new Vemlo::Data::Object);
+    other = p;
+    EXPECT_NE(other.getObjValue("o"), nullptr);
+    EXPECT_EQ(other.getObjValue("n"), nullptr);
 }
 
 TEST(PlaneTextPropertyTest, UpdateRewritesEveryEntryInTableOrder) {

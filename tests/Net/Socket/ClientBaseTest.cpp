@@ -72,6 +72,7 @@ TEST(ClientBaseTest, ReceiveIsOneRecvAndCloseClosesOnlyDescriptorsAboveZero) {
     EXPECT_EQ(client.Close(), 0);
     EXPECT_EQ(client.fd(), 0);
     EXPECT_FALSE(isOpen(client.pair[0]));
+    EXPECT_EQ(client.UnitSend(buffer, 5), 0); // descriptor 0 is never written to
     client.fd() = -1; // a failed socket(): returned as is, close() not called
     errno = 0;
     EXPECT_EQ(client.Close(), -1);
