@@ -6,7 +6,7 @@
 // encryption and the (equivalent) inverse cipher, the InvMixColumns tables
 // used on decryption round keys, the log/antilog tables and the round
 // constants. Nothing runs at start-up and the values are fixed in the
-// library's read-only data; the tests compare them with the published ones.
+// library's read-only data; the published test vectors of every key size check them.
 //
 // Word convention: a 32-bit word packs a column big-endian, row 0 in the high
 // byte. Te[0][x] = S[x]*{02,01,01,03}, Td[0][x] = Si[x]*{0e,09,0d,0b},
