@@ -105,25 +105,6 @@ template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit
     return pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// A thrown PropertyException's message (its Exception base is
-// private: the C cast is the one the language allows).
-inline const char* MessageOf(Vemlo::Data::Properties::PropertyException* e) {
-    return ((Vemlo::Common::Exception*)e)->GetMessage();
-}
-
-// As ExpectThrown, for PropertyException.
-template <class Body> void ExpectPropertyThrown(Body&& body, int code, const char* message) {
-    try {
-        body();
-        ADD_FAILURE() << "expected a thrown PropertyException";
-    } catch (Vemlo::Data::Properties::PropertyException* e) {
-        ASSERT_NE(e, nullptr);
-        EXPECT_EQ(((Vemlo::Common::Exception*)e)->GetCode(), code);
-        EXPECT_STREQ(MessageOf(e), message);
-        delete e;
-    }
-}
-
 } // namespace VemloTest
 
 #endif // VEMLO_TESTS_SUPPORT_TESTCONFIG_H
