@@ -1,11 +1,7 @@
 //===- Service/ThreadMemoryRemoverTest.cpp - The thread reaper ------------===//
+#include "support/Hosts.h"
 #include "support/SyslogSink.h"
 #include "support/TestConfig.h"
-#include "Service/ThreadTestKit.h"
-
-#include <atomic>
-
-#include <syslog.h>
 
 using Vemlo::Service::ThreadMemoryRemover;
 using Clock = std::chrono::steady_clock;
@@ -15,15 +11,8 @@ namespace {
 
 std::atomic<int> g_deleted{0};
 
-// Runs until released or stopped; counts its deletions.
-class Worker : public Vemlo::Service::Thread {
-public:
-    ~Worker() override { ++g_deleted; }
-    void Run() override {
-        while (!m_bStop && !release)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    std::atomic<bool> release{false};
+struct Worker : VemloTest::Spinner {
+    Worker() : Spinner(false, &g_deleted) {}
 };
 
 // The reaper logs through the registry, which reads the configuration; its
@@ -76,5 +65,6 @@ TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
     ThreadMemoryRemover::DestroyInstance();
     EXPECT_LT(Clock::now() - stopping, std::chrono::milliseconds(900));
     ThreadMemoryRemover::DestroyInstance(); // none left: nothing happens
-    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; })) << VemloTest::TaskCount() << " threads, " << before;
+    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; }))
+        << VemloTest::TaskCount() << " threads, " << before;
 }

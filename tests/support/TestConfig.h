@@ -21,18 +21,9 @@
 
 #include "support/VemloTest.h"
 
-#include <csignal>
-#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <sched.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
 
 namespace VemloTest {
 
@@ -68,42 +59,6 @@ public:
 private:
     TempDir m_dir;
 };
-
-// The whole file ("" when it cannot be read) / replaces it with `text`.
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::string& text);
-
-// Runs `body` (returning an int) in a forked child process and gives the
-// child's exit code, or -1 when it did not exit normally or had not ended
-// after `limit` seconds (it is then killed). The child must release what it
-// creates (semaphore sets, files) before `body` returns; in sanitizer builds
-// a leak found then makes the exit code 98. With `ownIpc` the child first
-// moves to an IPC namespace of its own, whose semaphore sets and segments
-// vanish with it (also when it is killed): 77 when it cannot.
-template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit = 60) {
-    std::fflush(nullptr);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        if (ownIpc && unshare(CLONE_NEWIPC) != 0)
-            _exit(77);
-        const int code = body();
-#ifdef __SANITIZE_ADDRESS__
-        if (code == 0 && __lsan_do_recoverable_leak_check() != 0)
-            _exit(98);
-#endif
-        _exit(code);
-    }
-    int status = 0;
-    for (int waited = 0; pid > 0 && waitpid(pid, &status, WNOHANG) == 0; ++waited) {
-        if (waited == limit * 100) {
-            kill(pid, SIGKILL);
-            waitpid(pid, &status, 0);
-            return -1;
-        }
-        usleep(10000);
-    }
-    return pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 } // namespace VemloTest
 
