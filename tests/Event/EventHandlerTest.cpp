@@ -104,11 +104,15 @@ TEST_F(EventHandlerTest, MessagesForUnknownOrPendingHostsAreDroppedWithTheirLine
 TEST_F(EventHandlerTest, BroadcastsGoInRegistrationOrderAndASharedIdToTheFirstHost) {
     std::mutex lock;
     std::vector<std::string> order;
+    EventHost::ID_ORDER = 999; // ids run from 1 to 1000, then wrap
     Recorder a("a"), b("b");
+    ASSERT_EQ(std::make_pair(a.getId(), b.getId()), std::make_pair(1000, 1));
     // After the wrap two living hosts can share an id: `twin` gets a's.
     EventHost::ID_ORDER = a.getId() - 1;
     Recorder twin("twin");
     ASSERT_EQ(twin.getId(), a.getId());
+    EXPECT_EQ(twin.getMutex(), nullptr); // no thread, no gate
+    EXPECT_STREQ(Recorder(nullptr).getName(), "");
     for (Recorder* r : {&a, &b, &twin})
         r->hook = [&, r](EventMessage* m) {
             std::lock_guard<std::mutex> guard(lock);
