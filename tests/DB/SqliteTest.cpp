@@ -37,12 +37,9 @@ struct RawConnection {
     }
 };
 
-// Every case has the configuration the log channel needs, lets the logger
-// registry go before it, and a folder for its database files.
-class SqliteTest : public testing::Test {
+// Every case has a folder for its database files.
+class SqliteTest : public VemloTest::ConfiguredTest {
 protected:
-    void TearDown() override { Vemlo::Log::Logger::DestroyLogger(); }
-    VemloTest::TestConfig m_config;
     TempDir dir;
     const std::string file = dir.file("test.db");
 };

@@ -29,19 +29,13 @@ void expectLine(VemloTest::SyslogSink& sink, const std::string& text, int priori
     ADD_FAILURE() << "no log line: " << text;
 }
 
-class EventHandlerTest : public testing::Test {
+class EventHandlerTest : public VemloTest::ConfiguredTest {
 protected:
-    void TearDown() override {
-        EventHandler::DestroyInstance();
-        Vemlo::Log::Logger::DestroyLogger();
-    }
     void unregister(std::initializer_list<EventHost*> hosts) {
         for (EventHost* host : hosts)
             EXPECT_EQ(EventHandler::getInstance()->UnRegister(host), 0) << host->getName();
     }
-    VemloTest::TestConfig m_config;
     VemloTest::SyslogSink m_sink;
-    VemloTest::Watchdog m_watchdog{100};
 };
 
 } // namespace

@@ -16,12 +16,7 @@ using Worker = VemloTest::ThreadRecorder;
 
 namespace {
 
-class EventHostThreadTest : public testing::Test {
-protected:
-    void TearDown() override { Vemlo::Log::Logger::DestroyLogger(); }
-    VemloTest::TestConfig m_config;
-    VemloTest::Watchdog m_watchdog{60};
-};
+using EventHostThreadTest = VemloTest::ConfiguredTest;
 
 bool parked(const Thread& t) {
     return waitFor([&] { return t.getState() == 0; });

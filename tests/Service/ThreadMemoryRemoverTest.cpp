@@ -17,13 +17,7 @@ struct Worker : VemloTest::Spinner {
 
 // The reaper logs through the registry, which reads the configuration; its
 // debug line goes to the sink.
-class ThreadMemoryRemoverTest : public testing::Test {
-protected:
-    void TearDown() override {
-        ThreadMemoryRemover::DestroyInstance();
-        Vemlo::Log::Logger::DestroyLogger();
-    }
-    VemloTest::TestConfig m_config;
+struct ThreadMemoryRemoverTest : VemloTest::ConfiguredTest {
     VemloTest::SyslogSink m_sink;
 };
 

@@ -37,15 +37,8 @@ void failing(EventMessage*, void*, StateUnit*) {
     throw 5;
 }
 
-class StateMachineTest : public testing::Test {
-protected:
-    void TearDown() override {
-        EventHandler::DestroyInstance();
-        Vemlo::Log::Logger::DestroyLogger();
-    }
-    VemloTest::TestConfig m_config;
+struct StateMachineTest : VemloTest::ConfiguredTest {
     VemloTest::SyslogSink m_sink;
-    VemloTest::Watchdog m_watchdog{60};
 };
 
 } // namespace

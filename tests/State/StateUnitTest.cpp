@@ -27,11 +27,8 @@ LogElement* record(StateMachine& machine, int index) {
     return dynamic_cast<LogElement*>(machine.getHistory()->At(index));
 }
 
-class StateUnitTest : public testing::Test {
-protected:
+struct StateUnitTest : VemloTest::ConfiguredTest {
     void SetUp() override { g_actions = 0; }
-    void TearDown() override { Vemlo::Log::Logger::DestroyLogger(); }
-    VemloTest::TestConfig m_config;
 };
 
 } // namespace

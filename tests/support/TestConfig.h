@@ -60,6 +60,16 @@ private:
     TempDir m_dir;
 };
 
+// A case with a fresh configuration. After it, the services that read the
+// configuration (dispatcher, thread reaper, logger registry) go before the
+// configuration does. A hung case ends the program after 100 seconds.
+class ConfiguredTest : public testing::Test {
+protected:
+    void TearDown() override;
+    TestConfig m_config;
+    Watchdog m_watchdog{100};
+};
+
 } // namespace VemloTest
 
 #endif // VEMLO_TESTS_SUPPORT_TESTCONFIG_H
