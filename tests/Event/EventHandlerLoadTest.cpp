@@ -79,12 +79,11 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
     EventHandler* events = EventHandler::getInstance();
     std::vector<std::unique_ptr<EventHost>> stable(kGenericHosts + kThreadedHosts);
     std::vector<Inbox*> inboxes;
-    for (int i = 0; i < kGenericHosts; ++i)
-        inboxes.push_back(adopt(stable[i], new VemloTest::Recorder("generic")));
-    for (int i = 0; i < kThreadedHosts; ++i) // two threaded hosts, two machines
-        inboxes.push_back(
-            i < 2 ? adopt(stable[kGenericHosts + i], new VemloTest::ThreadRecorder("threaded"))
-                  : adopt(stable[kGenericHosts + i], new Machine("machine")));
+    for (size_t i = 0; i < stable.size(); ++i) // generic, two threaded, two machines
+        inboxes.push_back(i < kGenericHosts ? adopt(stable[i], new VemloTest::Recorder("generic"))
+                          : i < kGenericHosts + 2
+                              ? adopt(stable[i], new VemloTest::ThreadRecorder("threaded"))
+                              : adopt(stable[i], new Machine("machine")));
     for (auto& host : stable)
         events->Register(host.get());
     for (Inbox* inbox : inboxes)
