@@ -8,15 +8,16 @@
 // handshake, so the threaded traffic alone takes about 20 s.
 //
 //===----------------------------------------------------------------------===//
-#include "Event/EventTestKit.h"
+#include "support/Hosts.h"
 #include "support/TestConfig.h"
 
 #include <cstdint>
 #include <memory>
 
-using EventTestKit::Clock;
-using EventTestKit::waitFor;
+using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
+using VemloTest::Inbox;
+using VemloTest::waitFor;
 using namespace Vemlo::Event;
 using namespace Vemlo::State;
 
@@ -28,58 +29,27 @@ constexpr int kDirect = 100, kBroadcast = 101; // event ids: to one host, to eve
 void* word(int value) {
     return reinterpret_cast<void*>(static_cast<intptr_t>(value));
 }
-int number(void* word) {
-    return static_cast<int>(reinterpret_cast<intptr_t>(word));
+
+// Per producer (parameter 1; the churn thread is producer kProducers) the
+// sequence numbers (parameter 2) of the load a host received, in arrival order.
+std::vector<int> from(Inbox& inbox, int producer) {
+    std::vector<int> seqs;
+    for (const VemloTest::Received& r : inbox.received())
+        if ((r.eventId == kDirect || r.eventId == kBroadcast) && r.p1 == word(producer))
+            seqs.push_back(static_cast<int>(reinterpret_cast<intptr_t>(r.p2)));
+    return seqs;
 }
 
-// What one host received: per producer (parameter 1) the sequence numbers
-// (parameter 2), in arrival order; the churn thread is producer kProducers.
-struct Ledger {
-    void note(EventMessage* m) {
-        if (m->getEventId() == 9999)
-            started = true;
-        else if (!started)
-            early.fetch_add(1); // the start-up event must come first
+// The start-up event came first.
+bool startedFirst(Inbox& inbox) {
+    return waitFor([&] { return inbox.count() >= 1; }, milliseconds(20000)) &&
+           inbox.events()[0] == 9999;
+}
 
-        if (m->getEventId() != kDirect && m->getEventId() != kBroadcast)
-            return;
-        std::lock_guard<std::mutex> guard(lock);
-        seqs[number(m->getParam1())].push_back(number(m->getParam2()));
-    }
-    std::vector<int> from(int producer) {
-        std::lock_guard<std::mutex> guard(lock);
-        return seqs[producer];
-    }
-    std::mutex lock;
-    std::vector<int> seqs[kProducers + 1];
-    std::atomic<bool> started{false};
-    std::atomic<int> early{0};
-};
-
-struct Generic : Vemlo::Event::EventHostGeneric {
-    explicit Generic(const char* name) : EventHostGeneric(name) {}
-    int OnRecvMessage(EventMessage* m) override {
-        ledger.note(m);
-        return 0;
-    }
-    Ledger ledger;
-};
-
-struct Threaded : Vemlo::Event::EventHostThread {
-    explicit Threaded(const char* name) : EventHostThread(name) {}
-    ~Threaded() override { Stop(true); }
-    void Run() override {
-        EventMessage m;
-        while (WaitMessage(&m))
-            ledger.note(&m);
-    }
-    Ledger ledger;
-};
-
-// Flips between two states on every load message; the action keeps the ledger.
-struct Machine : Vemlo::State::StateMachine {
+// Flips between two states on every load message; the action records it.
+struct Machine : StateMachine, Inbox {
     explicit Machine(const char* name) : StateMachine(name) {
-        void* action = reinterpret_cast<void*>(&note);
+        void* action = reinterpret_cast<void*>(&record);
         for (int event : {kDirect, kBroadcast}) {
             new Transition(&ping, &pong, event, action);
             new Transition(&pong, &ping, event, action);
@@ -88,37 +58,36 @@ struct Machine : Vemlo::State::StateMachine {
         setCurrentState(&ping);
     }
     ~Machine() override { Stop(true); } // before the states go
-    static void note(EventMessage* m, void* machine, Transition*) {
-        static_cast<Machine*>(machine)->ledger.note(m);
+    static void record(EventMessage* m, void* machine, Transition*) {
+        static_cast<Machine*>(machine)->note(m);
     }
     StateUnit ping, pong;
-    Ledger ledger;
 };
 
-template <class Host> Ledger* adopt(std::unique_ptr<EventHost>& owner, Host* host) {
+template <class Host> Inbox* adopt(std::unique_ptr<EventHost>& owner, Host* host) {
     owner.reset(host);
-    return &host->ledger;
+    return host;
 }
 
 } // namespace
 
 TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
     VemloTest::TestConfig config;
-    EventTestKit::Watchdog watchdog(110);
+    VemloTest::Watchdog watchdog(110);
     constexpr int kPerProducer = 25510,
                   kQueueBound = 1500; // clones in flight, each with a semaphore set
     EventHandler* events = EventHandler::getInstance();
     std::vector<std::unique_ptr<EventHost>> stable(kGenericHosts + kThreadedHosts);
-    std::vector<Ledger*> ledgers;
-    for (int i = 0; i < kGenericHosts; ++i)
-        ledgers.push_back(adopt(stable[i], new Generic("generic")));
-    for (int i = 0; i < kThreadedHosts; ++i) // two threaded hosts, two machines
-        ledgers.push_back(i < 2 ? adopt(stable[kGenericHosts + i], new Threaded("threaded"))
-                                : adopt(stable[kGenericHosts + i], new Machine("machine")));
+    std::vector<Inbox*> inboxes;
+    for (size_t i = 0; i < stable.size(); ++i) // generic, two threaded, two machines
+        inboxes.push_back(i < kGenericHosts ? adopt(stable[i], new VemloTest::Recorder("generic"))
+                          : i < kGenericHosts + 2
+                              ? adopt(stable[i], new VemloTest::ThreadRecorder("threaded"))
+                              : adopt(stable[i], new Machine("machine")));
     for (auto& host : stable)
         events->Register(host.get());
-    for (Ledger* l : ledgers)
-        ASSERT_TRUE(waitFor([l] { return l->started.load(); }, milliseconds(20000)));
+    for (Inbox* inbox : inboxes)
+        ASSERT_TRUE(startedFirst(*inbox));
 
     std::vector<std::vector<int>> sent[kProducers]; // per producer, per stable host
     const auto deadline = Clock::now() + milliseconds(80000);
@@ -149,11 +118,12 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
     auto churn = [&] {
         for (int round = 0; round < 34; ++round) {
             std::unique_ptr<EventHost> host;
-            Ledger* ledger = round % 3 == 0 ? adopt(host, new Threaded("churn-threaded"))
-                                            : adopt(host, new Generic("churn"));
+            Inbox* inbox = round % 3 == 0
+                               ? adopt(host, new VemloTest::ThreadRecorder("churn-threaded"))
+                               : adopt(host, new VemloTest::Recorder("churn"));
             events->Register(host.get());
             const int direct = round % 3 == 0 ? 5 : 50;
-            bool ok = waitFor([&] { return ledger->started.load(); }, milliseconds(20000));
+            bool ok = startedFirst(*inbox);
             EventMessage m(host->getId(), kDirect, "churn", word(kProducers), nullptr, nullptr);
             std::vector<int> seqs;
             for (int seq = 0; ok && seq < direct; seqs.push_back(seq++)) {
@@ -161,8 +131,7 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
                 events->SendEventMsg(&m);
             }
             ok = ok &&
-                 waitFor([&] { return ledger->from(kProducers) == seqs; }, milliseconds(20000)) &&
-                 ledger->early == 0;
+                 waitFor([&] { return from(*inbox, kProducers) == seqs; }, milliseconds(20000));
             // A host not yet caught up is not found; it must not be deleted
             // while the dispatcher still holds it.
             if (!ok || !waitFor([&] { return events->UnRegister(host.get()) == 0; },
@@ -182,19 +151,17 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
     EXPECT_EQ(churnFailures, 0);
 
     // Everything sent to a stable host arrives: exactly once, in send order.
-    EXPECT_TRUE(waitFor(
-        [&] {
-            for (size_t h = 0; h < stable.size(); ++h)
-                for (int p = 0; p < kProducers; ++p)
-                    if (ledgers[h]->from(p).size() < sent[p][h].size())
-                        return false;
-            return true;
-        },
-        milliseconds(25000)));
+    for (size_t h = 0; h < stable.size(); ++h) {
+        size_t expected = 1; // the start-up event
+        for (int p = 0; p < kProducers; ++p)
+            expected += sent[p][h].size();
+        EXPECT_TRUE(
+            waitFor([&] { return inboxes[h]->count() >= int(expected); }, milliseconds(25000)));
+    }
     std::this_thread::sleep_for(milliseconds(50)); // nothing more may come
     for (size_t h = 0; h < stable.size(); ++h)
         for (int p = 0; p < kProducers; ++p)
-            EXPECT_TRUE(ledgers[h]->from(p) == sent[p][h]) << "host " << h << " producer " << p;
+            EXPECT_TRUE(from(*inboxes[h], p) == sent[p][h]) << "host " << h << " producer " << p;
     for (auto& host : stable)
         EXPECT_EQ(events->UnRegister(host.get()), 0);
     stable.clear();

@@ -4,47 +4,19 @@
 // OnRecvMessage, as EventHandler does.
 //
 //===----------------------------------------------------------------------===//
-#include "Event/EventTestKit.h"
+#include "support/Hosts.h"
 #include "support/TestConfig.h"
 
-using EventTestKit::Clock;
-using EventTestKit::waitFor;
+using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
+using VemloTest::waitFor;
 using namespace Vemlo::Event;
 using Vemlo::Service::Thread;
+using Worker = VemloTest::ThreadRecorder;
 
 namespace {
 
-// Records what its loop receives; the first message keeps it busy for `busyFirst`.
-struct Worker : EventHostThread {
-    explicit Worker(const char* name, milliseconds busyFirst = milliseconds(0))
-        : EventHostThread(name), busyFirst(busyFirst) {}
-    ~Worker() override { Stop(true); }
-    void Run() override {
-        for (;;) {
-            EventMessage out(-1, -1, "untouched", nullptr, nullptr, nullptr);
-            if (!WaitMessage(&out)) {
-                falseLeftOut = out.getEventId() == -1 && std::string(out.getText()) == "untouched";
-                break;
-            }
-            if (received.fetch_add(1) == 0)
-                std::this_thread::sleep_for(busyFirst);
-            lastEvent = out.getEventId();
-        }
-        ended = true;
-    }
-    void askToStop() { m_bStop = true; } // the flag only, as Stop() sets it before it joins
-    const milliseconds busyFirst;
-    std::atomic<int> received{0}, lastEvent{0};
-    std::atomic<bool> falseLeftOut{false}, ended{false};
-};
-
-class EventHostThreadTest : public testing::Test {
-protected:
-    void TearDown() override { Vemlo::Log::Logger::DestroyLogger(); }
-    VemloTest::TestConfig m_config;
-    EventTestKit::Watchdog m_watchdog{60};
-};
+using EventHostThreadTest = VemloTest::ConfiguredTest;
 
 bool parked(const Thread& t) {
     return waitFor([&] { return t.getState() == 0; });
@@ -53,12 +25,16 @@ bool parked(const Thread& t) {
 } // namespace
 
 TEST_F(EventHostThreadTest, DeliveriesPassTheGateOrWaitQueuedAndAStopLeavesOutUntouched) {
-    Worker worker("worker", milliseconds(1200));
+    Worker worker("worker");
+    worker.hook = [&](EventMessage*) { // busy with its first message
+        if (worker.count() == 1)
+            std::this_thread::sleep_for(milliseconds(1200));
+    };
     ASSERT_TRUE(parked(worker));
     worker.getMutex()->Lock(); // held by the "dispatcher"
     EventMessage m(worker.getId(), 9999, "initialize event", nullptr, nullptr, nullptr);
     EXPECT_EQ(worker.OnRecvMessage(&m), 0); // starts the thread
-    ASSERT_TRUE(waitFor([&] { return worker.received == 1; }));
+    ASSERT_TRUE(waitFor([&] { return worker.count() == 1; }));
 
     // Busy in its handler: the dispatcher does not wait; the copy is queued
     // and taken once the handler is done, without another delivery.
@@ -67,8 +43,8 @@ TEST_F(EventHostThreadTest, DeliveriesPassTheGateOrWaitQueuedAndAStopLeavesOutUn
     worker.OnRecvMessage(&m);
     EXPECT_LT(Clock::now() - start, milliseconds(500));
     EXPECT_EQ(worker.getQueuedCount(), 1);
-    ASSERT_TRUE(waitFor([&] { return worker.received == 2; }));
-    EXPECT_EQ(worker.lastEvent, 2);
+    ASSERT_TRUE(waitFor([&] { return worker.count() == 2; }));
+    EXPECT_EQ(worker.events().back(), 2);
 
     // Back at the gate, the host waits; a delivery costs one 10 ms look.
     ASSERT_TRUE(waitFor([&] { return worker.getWaitStatus() == 1; }));
@@ -76,8 +52,8 @@ TEST_F(EventHostThreadTest, DeliveriesPassTheGateOrWaitQueuedAndAStopLeavesOutUn
     start = Clock::now();
     EXPECT_EQ(worker.OnRecvMessage(&m), 0);
     EXPECT_LT(Clock::now() - start, milliseconds(900));
-    ASSERT_TRUE(waitFor([&] { return worker.received == 3; }));
-    EXPECT_EQ(worker.lastEvent, 5);
+    ASSERT_TRUE(waitFor([&] { return worker.count() == 3; }));
+    EXPECT_EQ(worker.events().back(), 5);
     EXPECT_EQ(worker.getQueuedCount(), 0); // the copy is dropped once taken
 
     // A stop seen at the gate: WaitMessage gives false and leaves out alone.
@@ -85,7 +61,7 @@ TEST_F(EventHostThreadTest, DeliveriesPassTheGateOrWaitQueuedAndAStopLeavesOutUn
     worker.askToStop();
     worker.getMutex()->Unlock();
     ASSERT_TRUE(waitFor([&] { return worker.ended.load(); }));
-    EXPECT_TRUE(worker.falseLeftOut);
+    EXPECT_TRUE(worker.leftAlone);
     EXPECT_EQ(worker.OnRecvMessage(nullptr), -1); // bad input: no crash
 }
 

@@ -4,8 +4,6 @@
 
 #include <cstdio>
 #include <regex>
-#include <set>
-#include <thread>
 
 #include <syslog.h>
 #include <unistd.h>
@@ -25,12 +23,15 @@ TEST(FileLogTest, EveryWriteReachesTheSystemLogWithPrefixAndPriority) {
     log.WriteInfo("info");
     log.WriteDebug("debug %05d", 7);
     log.WriteError("%s", std::string(5000, 'x').c_str()); // cut at 4079 characters
-    log.WriteInfo("%s", "100%s %n %d%%"); // a caller's text is never a format
-    const std::pair<int, std::string> expected[] = {
-        {LOG_EMERG, "[EMERG] emerg 0"}, {LOG_CRIT, "[CRIT] crit two"},
-        {LOG_ERR, "[ERROR] error"},     {LOG_WARNING, "[WARN] warning w"},
-        {LOG_INFO, "[INFO] info"},      {LOG_DEBUG, "[DEBUG] debug 00007"},
-        {LOG_ERR, "[ERROR] " + std::string(4079, 'x')}, {LOG_INFO, "[INFO] 100%s %n %d%%"}};
+    log.WriteInfo("%s", "100%s %n %d%%");                 // a caller's text is never a format
+    const std::pair<int, std::string> expected[] = {{LOG_EMERG, "[EMERG] emerg 0"},
+                                                    {LOG_CRIT, "[CRIT] crit two"},
+                                                    {LOG_ERR, "[ERROR] error"},
+                                                    {LOG_WARNING, "[WARN] warning w"},
+                                                    {LOG_INFO, "[INFO] info"},
+                                                    {LOG_DEBUG, "[DEBUG] debug 00007"},
+                                                    {LOG_ERR, "[ERROR] " + std::string(4079, 'x')},
+                                                    {LOG_INFO, "[INFO] 100%s %n %d%%"}};
     std::vector<SyslogRecord> got = sink.take(8);
     ASSERT_EQ(got.size(), 8u);
     for (size_t i = 0; i < got.size(); ++i) {
@@ -58,7 +59,8 @@ TEST(FileLogTest, FrameworkChannelsCarryTheProcessNameFromPs) {
     // A field of its own: last on procps' line, before the arguments on busybox's (the devices').
     EXPECT_TRUE(lines.find(" " + field[1].str() + "\n") != std::string::npos ||
                 lines.find(" " + field[1].str() + " ") != std::string::npos)
-        << identity << "\n" << lines;
+        << identity << "\n"
+        << lines;
     log.WriteInfo("hello from %s", "the framework");
     SyslogRecord record;
     ASSERT_TRUE(sink.next(record));
@@ -78,27 +80,4 @@ TEST(FileLogTest, SettingsFollowTheirRules) {
     EXPECT_EQ(log.getBackupRange(), 10);
     FileLog copy(log); // a copy owns a mutex of its own
     EXPECT_NE(copy.getMutex(), log.getMutex());
-}
-
-TEST(FileLogTest, EightWritersLoseNoLine) {
-    SyslogSink sink;
-    SYSLOG_SINK_OR_SKIP(sink);
-    constexpr int kWriters = 8, kLines = 10000;
-    FileLog log("", "stress");
-    std::vector<std::thread> writers;
-    for (int w = 0; w < kWriters; ++w)
-        writers.emplace_back([&log, w] {
-            for (int i = 0; i < kLines; ++i)
-                log.WriteInfo("writer %d line %d", w, i);
-        });
-    std::vector<SyslogRecord> got = sink.take(kWriters * kLines, std::chrono::seconds(100));
-    for (auto& t : writers)
-        t.join();
-    ASSERT_EQ(got.size(), static_cast<size_t>(kWriters * kLines));
-    std::set<std::pair<int, int>> seen;
-    for (const SyslogRecord& r : got) {
-        int w = -1, i = -1;
-        ASSERT_EQ(std::sscanf(r.text.c_str(), "[INFO] writer %d line %d", &w, &i), 2) << r.raw;
-        EXPECT_TRUE(seen.insert({w, i}).second) << "twice: " << r.text;
-    }
 }

@@ -1,11 +1,9 @@
 //===- Service/ThreadMemoryRemoverTest.cpp - The thread reaper ------------===//
+#include "support/Hosts.h"
 #include "support/SyslogSink.h"
 #include "support/TestConfig.h"
-#include "Service/ThreadTestKit.h"
 
-#include <atomic>
-
-#include <syslog.h>
+#include <ctime>
 
 using Vemlo::Service::ThreadMemoryRemover;
 using Clock = std::chrono::steady_clock;
@@ -15,26 +13,13 @@ namespace {
 
 std::atomic<int> g_deleted{0};
 
-// Runs until released or stopped; counts its deletions.
-class Worker : public Vemlo::Service::Thread {
-public:
-    ~Worker() override { ++g_deleted; }
-    void Run() override {
-        while (!m_bStop && !release)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    std::atomic<bool> release{false};
+struct Worker : VemloTest::Spinner {
+    Worker() : Spinner(false, &g_deleted) {}
 };
 
 // The reaper logs through the registry, which reads the configuration; its
 // debug line goes to the sink.
-class ThreadMemoryRemoverTest : public testing::Test {
-protected:
-    void TearDown() override {
-        ThreadMemoryRemover::DestroyInstance();
-        Vemlo::Log::Logger::DestroyLogger();
-    }
-    VemloTest::TestConfig m_config;
+struct ThreadMemoryRemoverTest : VemloTest::ConfiguredTest {
     VemloTest::SyslogSink m_sink;
 };
 
@@ -54,8 +39,10 @@ TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
     ASSERT_TRUE(running->Start());
     reaper->addThread(running);
     reaper->addThread(nullptr);
+    const std::clock_t cpu = std::clock();
     std::this_thread::sleep_for(std::chrono::milliseconds(1200));
-    EXPECT_EQ(g_deleted, 0); // a running thread stays
+    EXPECT_EQ(g_deleted, 0);                           // a running thread stays
+    EXPECT_LT(std::clock() - cpu, CLOCKS_PER_SEC / 2); // the reaper sleeps between its scans
     running->release = true;
     EXPECT_TRUE(waitFor([] { return g_deleted == 1; }, std::chrono::milliseconds(2500)));
 
@@ -76,5 +63,6 @@ TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
     ThreadMemoryRemover::DestroyInstance();
     EXPECT_LT(Clock::now() - stopping, std::chrono::milliseconds(900));
     ThreadMemoryRemover::DestroyInstance(); // none left: nothing happens
-    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; })) << VemloTest::TaskCount() << " threads, " << before;
+    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; }))
+        << VemloTest::TaskCount() << " threads, " << before;
 }

@@ -1,31 +1,9 @@
 //===- Service/ThreadTest.cpp - The framework thread base -----------------===//
-#include "support/VemloTest.h"
-#include "Service/ThreadTestKit.h"
+#include "support/Hosts.h"
 
-#include <atomic>
-
-using Vemlo::Service::Thread;
 using Clock = std::chrono::steady_clock;
+using Worker = VemloTest::Spinner;
 using VemloTest::waitFor;
-
-namespace {
-
-// Runs until released or asked to stop (`release` unset), or returns at once.
-class Worker : public Thread {
-public:
-    explicit Worker(bool quick = false) : release(quick) {}
-    void Run() override {
-        ++runs;
-        stopSeenAtStart = m_bStop.load();
-        while (!m_bStop && !release)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    std::atomic<bool> release;
-    std::atomic<int> runs{0};
-    std::atomic<bool> stopSeenAtStart{false};
-};
-
-} // namespace
 
 TEST(ThreadTest, LifecycleFromParkedToRunningToFinished) {
     Worker worker;
@@ -80,5 +58,6 @@ TEST(ThreadTest, NeverStartedThreadEndsWithoutRunning) {
         EXPECT_EQ(stopped.runs + parked.runs, 0);
     }
     // No OS thread is left parked on a destroyed object.
-    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; })) << VemloTest::TaskCount() << " threads, " << before;
+    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; }))
+        << VemloTest::TaskCount() << " threads, " << before;
 }

@@ -1,5 +1,5 @@
 //===- State/StateMachineTest.cpp - Event-driven state machine ------------===//
-#include "Event/EventTestKit.h"
+#include "support/Hosts.h"
 #include "support/SyslogSink.h"
 #include "support/TestConfig.h"
 
@@ -7,9 +7,9 @@
 
 #include <syslog.h>
 
-using EventTestKit::Recorder;
-using EventTestKit::send;
-using EventTestKit::waitFor;
+using VemloTest::Recorder;
+using VemloTest::send;
+using VemloTest::waitFor;
 using namespace Vemlo::Event;
 using namespace Vemlo::State;
 
@@ -37,15 +37,8 @@ void failing(EventMessage*, void*, StateUnit*) {
     throw 5;
 }
 
-class StateMachineTest : public testing::Test {
-protected:
-    void TearDown() override {
-        EventHandler::DestroyInstance();
-        Vemlo::Log::Logger::DestroyLogger();
-    }
-    VemloTest::TestConfig m_config;
+struct StateMachineTest : VemloTest::ConfiguredTest {
     VemloTest::SyslogSink m_sink;
-    EventTestKit::Watchdog m_watchdog{60};
 };
 
 } // namespace
@@ -96,7 +89,7 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
             std::lock_guard<std::mutex> wait(needed);
         }
     };
-    ASSERT_TRUE(EventTestKit::registerAndWait(listener));
+    ASSERT_TRUE(VemloTest::registerAndWait(listener));
     // A framework or standard exception is also broadcast as event 1001;
     // anything else is only printed.
     const char* const printed[] = {"[StateMachine::Run] Exception: [broken]\n", "error --- "};
@@ -131,7 +124,7 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
         // Other hosts are still served: the dispatcher did not stall.
         send(listener.getId(), 42 + kind);
         ASSERT_TRUE(waitFor([&] { return listener.events().back() == 42 + kind; }));
-        std::vector<EventTestKit::Received> got = listener.received(), expected;
+        std::vector<VemloTest::Received> got = listener.received(), expected;
         got.erase(got.begin(), got.begin() + before);
         expected.push_back({listener.getId(), 40, "", nullptr});
         if (kind == 0) // to every host

@@ -27,11 +27,8 @@ LogElement* record(StateMachine& machine, int index) {
     return dynamic_cast<LogElement*>(machine.getHistory()->At(index));
 }
 
-class StateUnitTest : public testing::Test {
-protected:
+struct StateUnitTest : VemloTest::ConfiguredTest {
     void SetUp() override { g_actions = 0; }
-    void TearDown() override { Vemlo::Log::Logger::DestroyLogger(); }
-    VemloTest::TestConfig m_config;
 };
 
 } // namespace
@@ -87,4 +84,20 @@ TEST_F(StateUnitTest, TheHistoryKeepsTheLast99RecordsNewestLast) {
     ASSERT_EQ(machine.getHistory()->Count(), 99);
     EXPECT_EQ(record(machine, 0)->getEventId(), 1052);
     EXPECT_EQ(record(machine, 98)->getEventId(), 1150);
+}
+
+TEST_F(StateUnitTest, TransitionsChooseTheirPostStatesByName) {
+    StateUnit source, red, green;
+    red.name = "red";
+    green.name = "green";
+    Transition* t = new Transition(&source, 4, nullptr);
+    EXPECT_EQ(source.transitions.At(0), t); // the source owns it now
+    EXPECT_EQ(t->getPostState(), nullptr);
+    t->AddPostState(&red);
+    t->AddPostState(&green);
+    EXPECT_EQ(t->getPostState(), &green);
+    t->setPostState("red");
+    EXPECT_EQ(t->getPostState(), &red);
+    t->setPostState("blue"); // unknown: no post state, so it will not fire
+    EXPECT_EQ(t->getPostState(), nullptr);
 }

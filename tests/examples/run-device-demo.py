@@ -3,8 +3,8 @@
 
 usage: run-device-demo.py <demo> [emulator argument...]
 
-Makes a working directory with Vemlo/Conf/default.config, starts an HTTP server
-on 127.0.0.1 that records every POST body, runs the demo (under the emulator,
+Makes a working directory with Vemlo/Conf/default.config, starts the tests' HTTP
+server (tests/support/http_peer.py) on 127.0.0.1 and records every POST body, runs the demo (under the emulator,
 if one is given), drives it over its Unix-domain socket (one command a line,
 answered "ok" or "unknown"), then checks the transitions table, the status
 reports and the exit code, and removes everything it made.
@@ -27,17 +27,19 @@ EXPECTED = [("Idle", "Priming", "start"), ("Priming", "Running", "tick"),
 reports = []  # the POST bodies received, as dicts
 
 
-class Recorder(http.server.BaseHTTPRequestHandler):
-    def do_POST(self):
-        body = self.rfile.read(int(self.headers.get("Content-Length") or 0))
-        reports.append(dict(field.split("=", 1) for field in body.decode().split("&")))
-        self.send_response(200)
-        self.send_header("Content-Length", "2")
-        self.end_headers()
-        self.wfile.write(b"ok")
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import http_peer  # noqa: E402
 
-    def log_message(self, *args):
-        pass
+
+def record(line):
+    """Takes http_peer's "REQ <head hex> <body hex or ->" lines instead of printing them."""
+    body = line.split()[2]
+    if line.startswith("REQ ") and body != "-":
+        fields = bytes.fromhex(body).decode().split("&")
+        reports.append(dict(field.split("=", 1) for field in fields))
+
+
+http_peer.emit = record
 
 
 def wait_for(condition, what):
@@ -84,7 +86,8 @@ def rows(database):
 def main():
     demo, emulator = sys.argv[1], sys.argv[2:]
     work = tempfile.mkdtemp(prefix="device-demo-")
-    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Recorder)
+    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), http_peer.Handler)
+    server.daemon_threads, server.close_at_once = True, False
     threading.Thread(target=server.serve_forever, daemon=True).start()
     sock, database = work + "/demo.sock", work + "/demo.db"
     output = open(work + "/demo.out", "w+")
@@ -95,7 +98,7 @@ def main():
             config.write("<FileProperty><Base><Log><Level>INFO</Level><BackupRange>5</BackupRange>"
                          "</Log><Http><TempPath>%s/http</TempPath></Http></Base><Demo><Socket>"
                          "<Path>%s</Path></Socket><Database><File>%s</File></Database><Status>"
-                         "<Url>http://127.0.0.1:%d/status</Url></Status><Tick><Milliseconds>100"
+                         "<Url>http://127.0.0.1:%d/body/2</Url></Status><Tick><Milliseconds>100"
                          "</Milliseconds></Tick></Demo></FileProperty>\n"
                          % (work, sock, database, server.server_address[1]))
         process = subprocess.Popen(emulator + [demo], stdout=output, stderr=subprocess.STDOUT,

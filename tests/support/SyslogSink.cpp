@@ -24,8 +24,9 @@ bool attach(int fd, const char* path, bool abstract, bool connectTo = false) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path + abstract, path, sizeof address.sun_path - 2);
-    const socklen_t length = abstract ? static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + std::strlen(path))
-                                      : sizeof address;
+    const socklen_t length =
+        abstract ? static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + std::strlen(path))
+                 : sizeof address;
     const sockaddr* a = reinterpret_cast<sockaddr*>(&address);
     return (connectTo ? connect(fd, a, length) : bind(fd, a, length)) == 0;
 }
@@ -38,7 +39,6 @@ SyslogRecord parse(const std::string& datagram) {
     if (std::sscanf(datagram.c_str(), "<%3d>%n", &pri, &at) != 1 || at == 0)
         return out;
     out.priority = pri & 7;
-    out.facility = pri & ~7;
     std::string rest = datagram.substr(at);
     if (rest.size() >= 16 && rest[3] == ' ' && rest[9] == ':' && rest[12] == ':' && rest[15] == ' ')
         rest.erase(0, 16);
@@ -129,18 +129,17 @@ std::vector<SyslogRecord> SyslogSink::take(size_t count, std::chrono::millisecon
     std::vector<SyslogRecord> records;
     const auto end = std::chrono::steady_clock::now() + limit;
     std::unique_lock<std::mutex> guard(m_mutex);
-    while (records.size() < count && m_arrived.wait_until(guard, end, [this] { return !m_records.empty(); }))
+    while (records.size() < count &&
+           m_arrived.wait_until(guard, end, [this] { return !m_records.empty(); }))
         for (; !m_records.empty() && records.size() < count; m_records.pop_front())
             records.push_back(std::move(m_records.front()));
     return records;
 }
 
-size_t SyslogSink::drain(std::chrono::milliseconds quiet) {
+void SyslogSink::drain(std::chrono::milliseconds quiet) {
     std::this_thread::sleep_for(quiet);
     std::lock_guard<std::mutex> guard(m_mutex);
-    const size_t dropped = m_records.size();
     m_records.clear();
-    return dropped;
 }
 
 } // namespace VemloTest

@@ -33,7 +33,6 @@ namespace VemloTest {
 // One line as the system logger would receive it.
 struct SyslogRecord {
     int priority = -1; // <pri> & 7, LOG_EMERG .. LOG_DEBUG
-    int facility = -1; // <pri> & ~7, e.g. LOG_USER
     std::string identity;
     std::string text;
     std::string raw; // the datagram as sent
@@ -61,9 +60,8 @@ public:
     std::vector<SyslogRecord> take(size_t count,
                                    std::chrono::milliseconds limit = std::chrono::seconds(10));
 
-    // Waits `quiet` for stragglers, then drops whatever arrived; returns how
-    // many records were dropped.
-    size_t drain(std::chrono::milliseconds quiet = std::chrono::milliseconds(50));
+    // Waits `quiet` for stragglers, then drops whatever arrived.
+    void drain(std::chrono::milliseconds quiet = std::chrono::milliseconds(50));
 
 private:
     void readLoop();

@@ -53,7 +53,15 @@ TestConfig::TestConfig(const ConfigEntries& entries) {
     setenv("VEMLO_WORKING_DIRECTORY", m_dir.path().c_str(), 1);
 }
 
-TestConfig::~TestConfig() { Vemlo::Config::ConfigurationManager::DestroyManager(); }
+TestConfig::~TestConfig() {
+    Vemlo::Config::ConfigurationManager::DestroyManager();
+}
+
+void ConfiguredTest::TearDown() {
+    Vemlo::Event::EventHandler::DestroyInstance();
+    Vemlo::Service::ThreadMemoryRemover::DestroyInstance();
+    Vemlo::Log::Logger::DestroyLogger();
+}
 
 std::string ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);

@@ -21,18 +21,9 @@
 
 #include "support/VemloTest.h"
 
-#include <csignal>
-#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <sched.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
 
 namespace VemloTest {
 
@@ -69,60 +60,15 @@ private:
     TempDir m_dir;
 };
 
-// The whole file ("" when it cannot be read) / replaces it with `text`.
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::string& text);
-
-// Runs `body` (returning an int) in a forked child process and gives the
-// child's exit code, or -1 when it did not exit normally or had not ended
-// after `limit` seconds (it is then killed). The child must release what it
-// creates (semaphore sets, files) before `body` returns; in sanitizer builds
-// a leak found then makes the exit code 98. With `ownIpc` the child first
-// moves to an IPC namespace of its own, whose semaphore sets and segments
-// vanish with it (also when it is killed): 77 when it cannot.
-template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit = 60) {
-    std::fflush(nullptr);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        if (ownIpc && unshare(CLONE_NEWIPC) != 0)
-            _exit(77);
-        const int code = body();
-#ifdef __SANITIZE_ADDRESS__
-        if (code == 0 && __lsan_do_recoverable_leak_check() != 0)
-            _exit(98);
-#endif
-        _exit(code);
-    }
-    int status = 0;
-    for (int waited = 0; pid > 0 && waitpid(pid, &status, WNOHANG) == 0; ++waited) {
-        if (waited == limit * 100) {
-            kill(pid, SIGKILL);
-            waitpid(pid, &status, 0);
-            return -1;
-        }
-        usleep(10000);
-    }
-    return pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-// A thrown PropertyException's message (its Exception base is
-// private: the C cast is the one the language allows).
-inline const char* MessageOf(Vemlo::Data::Properties::PropertyException* e) {
-    return ((Vemlo::Common::Exception*)e)->GetMessage();
-}
-
-// As ExpectThrown, for PropertyException.
-template <class Body> void ExpectPropertyThrown(Body&& body, int code, const char* message) {
-    try {
-        body();
-        ADD_FAILURE() << "expected a thrown PropertyException";
-    } catch (Vemlo::Data::Properties::PropertyException* e) {
-        ASSERT_NE(e, nullptr);
-        EXPECT_EQ(((Vemlo::Common::Exception*)e)->GetCode(), code);
-        EXPECT_STREQ(MessageOf(e), message);
-        delete e;
-    }
-}
+// A case with a fresh configuration. After it, the services that read the
+// configuration (dispatcher, thread reaper, logger registry) go before the
+// configuration does. A hung case ends the program after 100 seconds.
+class ConfiguredTest : public testing::Test {
+protected:
+    void TearDown() override;
+    TestConfig m_config;
+    Watchdog m_watchdog{100};
+};
 
 } // namespace VemloTest
 

@@ -6,14 +6,27 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
 #include <string>
+#include <thread>
+
+#include <sched.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
 
 namespace VemloTest {
 
 // Runs `body`, which must throw a pointer to exactly `E`; checks its code and
-// message and deletes it. A null `message` skips the message check.
-template <class E, class Body>
-void ExpectThrown(Body&& body, int code, const char* message) {
+// message and deletes it. A null `message` skips the message check. Works for
+// exceptions whose Exception base is private (PropertyException): the C cast
+// is the one conversion the language allows there.
+template <class E, class Body> void ExpectThrown(Body&& body, int code, const char* message) {
     try {
         body();
     } catch (E* e) {
@@ -22,9 +35,10 @@ void ExpectThrown(Body&& body, int code, const char* message) {
             return;
         }
         EXPECT_EQ(typeid(*e), typeid(E));
-        EXPECT_EQ(e->GetCode(), code);
+        const auto* base = (const Vemlo::Common::Exception*)e;
+        EXPECT_EQ(base->GetCode(), code);
         if (message) {
-            EXPECT_STREQ(e->GetMessage(), message);
+            EXPECT_STREQ(base->GetMessage(), message);
         }
         delete e;
         return;
@@ -48,6 +62,74 @@ public:
 private:
     std::string m_path;
 };
+
+// Polls `done` every millisecond for up to `limit`: the tests never wait unbounded.
+template <class Pred>
+bool waitFor(Pred done, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    for (const auto end = std::chrono::steady_clock::now() + limit; !done();
+         std::this_thread::sleep_for(std::chrono::milliseconds(1)))
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+    return true;
+}
+
+// Threads of this process, as the kernel lists them.
+inline int TaskCount() {
+    namespace fs = std::filesystem;
+    return static_cast<int>(
+        std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+}
+
+// TaskCount() once a sanitizer runtime has started the helper thread it starts
+// with the first thread, and a joined thread no longer lingers (under qemu).
+inline int SettledTaskCount() {
+    std::thread([] {}).join();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    return TaskCount();
+}
+
+// Ends the program (SIGALRM) when it still runs after `seconds`: a hang in
+// the code under test becomes a failed test instead of a stuck run.
+struct Watchdog {
+    explicit Watchdog(unsigned seconds) { alarm(seconds); }
+    ~Watchdog() { alarm(0); }
+};
+
+// The whole file ("" when it cannot be read) / replaces it with `text`.
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& text);
+
+// Runs `body` (returning an int) in a forked child process and gives the
+// child's exit code, or -1 when it did not exit normally or had not ended
+// after `limit` seconds (it is then killed). The child must release what it
+// creates (semaphore sets, files) before `body` returns; in sanitizer builds
+// a leak found then makes the exit code 98. With `ownIpc` the child first
+// moves to an IPC namespace of its own, whose semaphore sets and segments
+// vanish with it (also when it is killed): 77 when it cannot.
+template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit = 60) {
+    std::fflush(nullptr);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        if (ownIpc && unshare(CLONE_NEWIPC) != 0)
+            _exit(77);
+        const int code = body();
+#ifdef __SANITIZE_ADDRESS__
+        if (code == 0 && __lsan_do_recoverable_leak_check() != 0)
+            _exit(98);
+#endif
+        _exit(code);
+    }
+    int status = 0;
+    for (int waited = 0; pid > 0 && waitpid(pid, &status, WNOHANG) == 0; ++waited) {
+        if (waited == limit * 100) {
+            kill(pid, SIGKILL);
+            waitpid(pid, &status, 0);
+            return -1;
+        }
+        usleep(10000);
+    }
+    return pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 } // namespace VemloTest
 

@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 
 using namespace Vemlo::Data::Properties;
-using VemloTest::ExpectPropertyThrown;
+using VemloTest::ExpectThrown;
 using VemloTest::ReadFile;
 using VemloTest::TempDir;
 using VemloTest::WriteFile;
@@ -81,7 +81,8 @@ TEST_F(FilePropertyTest, FailedLoadThrows201AndLeavesAnEmptyShell) {
     p.setValue("lost", "x");
 
     // The first use of a missing plain-text file fails, having created it.
-    ExpectPropertyThrown([&] { p.setFileName(text.c_str(), 0); }, 201, "Cannot Load Property File");
+    ExpectThrown<PropertyException>([&] { p.setFileName(text.c_str(), 0); }, 201,
+                                    "Cannot Load Property File");
     EXPECT_EQ(p.getObjValue("lost"), nullptr);
     EXPECT_EQ(p.Update(), 0);
 

@@ -4,7 +4,8 @@
 #include <unistd.h>
 
 using Vemlo::Data::Properties::PlaneTextProperty;
-using VemloTest::ExpectPropertyThrown;
+using Vemlo::Data::Properties::PropertyException;
+using VemloTest::ExpectThrown;
 using VemloTest::ReadFile;
 using VemloTest::TempDir;
 using VemloTest::WriteFile;
@@ -34,8 +35,8 @@ TEST(PlaneTextPropertyTest, NewEmptyAndUnmarkedFiles) {
     p.Load(path.c_str());
     EXPECT_STREQ(p.getValue("key"), ""); // a first line with '#' is needed
     const std::string nowhere = dir.file("no/such/folder");
-    ExpectPropertyThrown([&] { p.IsValidate(nowhere.c_str()); }, 0,
-                         ("cannot open file [" + nowhere + "]").c_str());
+    ExpectThrown<PropertyException>([&] { p.IsValidate(nowhere.c_str()); }, 0,
+                                    ("cannot open file [" + nowhere + "]").c_str());
 }
 
 TEST(PlaneTextPropertyTest, LineRulesLongLinesAndNumbers) {

@@ -21,9 +21,9 @@ TEST(CTimeTest, TextsAreTheLocalTimeZeroPaddedAndGetDateTimeTheMicrosecond) {
     // (POSIX TZ: local time = UTC - offset). The other case reads no zone.
     time_t now = time(nullptr);
     struct tm utc;
+    localtime_r(&now, &utc); // the zone is read now: CTime must read it again
     gmtime_r(&now, &utc);
     setenv("TZ", ("VEM" + std::to_string((utc.tm_hour - 9 + 24) % 24)).c_str(), 1);
-    tzset();
     std::unique_ptr<CTime> time; // CheckNow fills the same texts: see LogElementTest
     struct timeval before, after;
     long microsecond = 0;
