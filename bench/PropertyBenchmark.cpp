@@ -78,7 +78,8 @@ std::string xmlText() {
         std::snprintf(element, sizeof element, "<Section%03d>", s);
         text += element;
         for (int i = 0; i < 100; ++i) {
-            std::snprintf(element, sizeof element, "<Item%02d>value-%d</Item%02d>", i, s * 100 + i, i);
+            std::snprintf(element, sizeof element, "<Item%02d>value-%d</Item%02d>", i, s * 100 + i,
+                          i);
             text += element;
         }
         std::snprintf(element, sizeof element, "</Section%03d>", s);
@@ -121,8 +122,8 @@ std::string flatXmlText() {
 }
 
 void perEntry(benchmark::State& state) {
-    state.counters["per_entry"] =
-        benchmark::Counter(kEntries, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["per_entry"] = benchmark::Counter(
+        kEntries, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void BM_PlainTextLoad(benchmark::State& state) {

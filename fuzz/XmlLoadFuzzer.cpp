@@ -51,7 +51,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const Outcome padded = loadOnce(text + std::string(9000, ' '));
     if (padded.result != first.result || padded.tree != first.tree ||
         padded.message.compare(0, 40, first.message, 0, 40) != 0) {
-        std::fprintf(stderr, "indexed and direct scans differ: %d/%d\n", first.result, padded.result);
+        std::fprintf(stderr, "indexed and direct scans differ: %d/%d\n", first.result,
+                     padded.result);
         std::abort();
     }
     return 0;

@@ -42,6 +42,8 @@ vemlo_need_packages() {
 VEMLO_BUILD_PACKAGES=(cmake make g++ pkg-config libsqlite3-dev)
 # What the test lanes need on top.
 VEMLO_TEST_PACKAGES=(googletest libgtest-dev libxml2-utils util-linux binutils python3 libssl-dev zlib1g-dev procps doxygen)
+# The format lane: the formatter of the committed .clang-format.
+VEMLO_FORMAT_PACKAGES=(clang-format)
 # The fuzz lane: clang with libFuzzer and the sanitizer runtimes.
 VEMLO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 # Benchmarks: Google Benchmark and the libraries measured beside libVemlo.

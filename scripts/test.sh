@@ -2,6 +2,7 @@
 # Builds and runs every test lane of libVemlo, installing what it needs on
 # Debian 12 (safe to run again), and ends with one line "N passed, M failed"
 # over all lanes.
+#   format  : every C++ file in the committed .clang-format style
 #   host    : GCC, Debug, AddressSanitizer + UndefinedBehaviorSanitizer; the
 #             whole suite, the amd64 Debian packages, the System V check
 #   fuzz    : clang, libFuzzer harnesses with ASan + UBSan, each for a bounded time
@@ -16,13 +17,13 @@
 #   coverage: GCC with --coverage, the suite, then gcovr over src/: prints
 #             "coverage: lines L%, functions F%, branches B%" and fails below
 #             the floor in scripts/coverage-floor.txt
-# VEMLO_LANES="host fuzz tsan arm system coverage" picks lanes; VEMLO_JOBS sets
+# VEMLO_LANES="format host fuzz tsan arm system coverage" picks lanes; VEMLO_JOBS sets
 # the parallelism.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/scripts/deps.sh"
 jobs=${VEMLO_JOBS:-$(nproc)}
-lanes=${VEMLO_LANES:-host fuzz tsan arm system coverage}
+lanes=${VEMLO_LANES:-format host fuzz tsan arm system coverage}
 out=$root/build
 total_passed=0
 total_failed=0
@@ -77,6 +78,30 @@ build_lane() {
 mkdir -p "$out"
 for lane in $lanes; do
     case $lane in
+    format)
+        # Every C++ file of the project in the committed .clang-format style.
+        if ! vemlo_need_packages "${VEMLO_FORMAT_PACKAGES[@]}"; then
+            echo "format lane: cannot install clang-format"
+            total_failed=$((total_failed + 1))
+            continue
+        fi
+        echo "=== format lane: clang-format over the C++ sources"
+        unformatted=0
+        while IFS= read -r -d '' file; do
+            if ! clang-format --dry-run --Werror "$file" > /dev/null 2>&1; then
+                echo "not formatted: ${file#"$root"/}"
+                unformatted=$((unformatted + 1))
+            fi
+        done < <(find "$root" \( -path "$root/build" -o -path "$root/.git" \) -prune -o \
+                     -type f \( -name '*.cpp' -o -name '*.h' \) -print0 | sort -z)
+        if [ "$unformatted" -eq 0 ]; then
+            echo "format lane: 1 passed, 0 failed"
+            total_passed=$((total_passed + 1))
+        else
+            echo "format lane: 0 passed, 1 failed (not formatted: $unformatted; run clang-format -i on them)"
+            total_failed=$((total_failed + 1))
+        fi
+        ;;
     host)
         if build_lane host "$out/host" -DCMAKE_BUILD_TYPE=Debug -DVEMLO_SANITIZE=address,undefined; then
             echo "=== host lane: tests"

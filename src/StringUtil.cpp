@@ -10,8 +10,7 @@
 
 namespace StringUtil {
 
-int SplitString(Vemlo::Data::Collection::Iterator* out, const char* text,
-                const char* separator) {
+int SplitString(Vemlo::Data::Collection::Iterator* out, const char* text, const char* separator) {
     using Vemlo::Util::System::CCriticalSection;
     using Vemlo::Util::System::CSingleLock;
 
@@ -32,8 +31,8 @@ int SplitString(Vemlo::Data::Collection::Iterator* out, const char* text,
     }
 
     const size_t length = std::strlen(text);
-    std::unique_ptr<char, decltype(&std::free)> copy(
-        static_cast<char*>(std::malloc(length + 1)), &std::free);
+    std::unique_ptr<char, decltype(&std::free)> copy(static_cast<char*>(std::malloc(length + 1)),
+                                                     &std::free);
     if (!copy)
         throw std::bad_alloc();
     std::memcpy(copy.get(), text, length + 1);

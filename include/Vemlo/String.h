@@ -136,12 +136,12 @@ public:
 /// \relates String
 /// Text comparison; a null `const char*` compares as the empty text.
 VEMLO_API bool operator==(const String& a, const String& b);
-VEMLO_API bool operator==(const String& a, const char* b); ///< \relates String
-VEMLO_API bool operator==(const char* a, const String& b); ///< \relates String
+VEMLO_API bool operator==(const String& a, const char* b);   ///< \relates String
+VEMLO_API bool operator==(const char* a, const String& b);   ///< \relates String
 VEMLO_API bool operator!=(const String& a, const String& b); ///< \relates String
-VEMLO_API bool operator!=(const String& a, const char* b); ///< \relates String
-VEMLO_API bool operator!=(const char* a, const String& b); ///< \relates String
-VEMLO_API bool operator<(const String& a, const String& b); ///< \relates String
+VEMLO_API bool operator!=(const String& a, const char* b);   ///< \relates String
+VEMLO_API bool operator!=(const char* a, const String& b);   ///< \relates String
+VEMLO_API bool operator<(const String& a, const String& b);  ///< \relates String
 ///@}
 
 ///@{

@@ -12,13 +12,21 @@ Exception::Exception(const char* message, int code) : m_sMessage(message), m_nCo
 
 Exception::~Exception() = default;
 
-const char* Exception::GetMessage() const { return m_sMessage.c_str(); }
+const char* Exception::GetMessage() const {
+    return m_sMessage.c_str();
+}
 
-int Exception::GetCode() const { return m_nCode; }
+int Exception::GetCode() const {
+    return m_nCode;
+}
 
-void Exception::SetCode(int code) { m_nCode = code; }
+void Exception::SetCode(int code) {
+    m_nCode = code;
+}
 
-void Exception::SetMessage(const char* message) { m_sMessage = message; }
+void Exception::SetMessage(const char* message) {
+    m_sMessage = message;
+}
 
 } // namespace Common
 } // namespace Vemlo

@@ -4,7 +4,9 @@
 namespace Vemlo {
 namespace Config {
 
-Configuration::Configuration(const char* path, int type) : FileProperty() { setFileName(path, type); }
+Configuration::Configuration(const char* path, int type) : FileProperty() {
+    setFileName(path, type);
+}
 
 Configuration::~Configuration() = default;
 

@@ -8,4 +8,3 @@ ConfigurationException::~ConfigurationException() = default;
 
 } // namespace Config
 } // namespace Vemlo
-

@@ -8,4 +8,3 @@ DBException::~DBException() = default;
 
 } // namespace DB
 } // namespace Vemlo
-

@@ -8,4 +8,3 @@ LogException::~LogException() = default;
 
 } // namespace Log
 } // namespace Vemlo
-

@@ -8,4 +8,3 @@ NetException::~NetException() = default;
 
 } // namespace Net
 } // namespace Vemlo
-

@@ -8,4 +8,3 @@ WorkException::~WorkException() = default;
 
 } // namespace Service
 } // namespace Vemlo
-

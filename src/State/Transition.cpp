@@ -13,8 +13,12 @@ namespace {
 
 // The candidate table holds states, which are not Objects: the pointers are
 // only stored and given back, never used as Objects.
-Object* asValue(StateUnit* state) { return reinterpret_cast<Object*>(state); }
-StateUnit* asState(Object* value) { return reinterpret_cast<StateUnit*>(value); }
+Object* asValue(StateUnit* state) {
+    return reinterpret_cast<Object*>(state);
+}
+StateUnit* asState(Object* value) {
+    return reinterpret_cast<StateUnit*>(value);
+}
 
 } // namespace
 

@@ -48,8 +48,9 @@ TEST_F(ConfigurationManagerTest, FilesThatCannotBeLoadedGive7201) {
     const auto cause = [](const std::string& path, const char* why) {
         return "Cannot Load Configuration File : " + path + "/ [" + why + "]";
     };
-    ExpectThrown<ConfigurationException>([&] { manager->getInstance("no/such"); }, 7201,
-                                         cause(folder() + "no/such.config", "Cannot Load Property File").c_str());
+    ExpectThrown<ConfigurationException>(
+        [&] { manager->getInstance("no/such"); }, 7201,
+        cause(folder() + "no/such.config", "Cannot Load Property File").c_str());
     ExpectThrown<ConfigurationException>([&] { manager->BuildProperty(nullptr, 0); }, 7201,
                                          cause("", "FIlename is NULL").c_str());
 }

@@ -13,7 +13,9 @@ namespace VemloTest {
 
 namespace {
 
-int removeEntry(const char* path, const struct stat*, int, struct FTW*) { return ::remove(path); }
+int removeEntry(const char* path, const struct stat*, int, struct FTW*) {
+    return ::remove(path);
+}
 
 } // namespace
 
@@ -25,6 +27,8 @@ TempDir::TempDir() {
     m_path = pattern;
 }
 
-TempDir::~TempDir() { nftw(m_path.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS); }
+TempDir::~TempDir() {
+    nftw(m_path.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
+}
 
 } // namespace VemloTest

@@ -17,7 +17,9 @@
 
 namespace {
 
-int removeEntry(const char* path, const struct stat*, int, struct FTW*) { return ::remove(path); }
+int removeEntry(const char* path, const struct stat*, int, struct FTW*) {
+    return ::remove(path);
+}
 
 // A temporary working directory with the framework's configuration keys;
 // empty when it cannot be made.
@@ -31,7 +33,9 @@ std::string makeDefaultWorkingDirectory() {
     mkdir(conf.c_str(), 0755);
     std::ofstream out(conf + "/default.config");
     out << "<FileProperty>\n<Base>\n<Log>\n<Level>INFO</Level>\n<BackupRange>7</BackupRange>\n"
-           "</Log>\n<Http>\n<TempPath>" << pattern << "/http_spool</TempPath>\n</Http>\n</Base>\n"
+           "</Log>\n<Http>\n<TempPath>"
+        << pattern
+        << "/http_spool</TempPath>\n</Http>\n</Base>\n"
            "</FileProperty>\n";
     return out ? pattern : "";
 }

@@ -463,8 +463,8 @@ protected:
         Counter* host = new Counter("soak-transient");
         EventHandler* events = EventHandler::getInstance();
         events->Register(host);
-        for (int waited = 0; (events->FindHostID("soak-transient") < 0 || !host->initialized) &&
-                             waited < 30000;
+        for (int waited = 0;
+             (events->FindHostID("soak-transient") < 0 || !host->initialized) && waited < 30000;
              ++waited)
             usleep(1000);
         if (events->UnRegister(host) == 0)

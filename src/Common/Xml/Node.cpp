@@ -39,9 +39,13 @@ Node::~Node() {
     m_sValue.clear();
 }
 
-const char* Node::getName() const { return m_sName.c_str(); }
+const char* Node::getName() const {
+    return m_sName.c_str();
+}
 
-const char* Node::getValue() const { return m_sValue.c_str(); }
+const char* Node::getValue() const {
+    return m_sValue.c_str();
+}
 
 int Node::setName(const char* name) {
     m_sName = name;
@@ -63,9 +67,13 @@ int Node::addAttribute(Attribute* attribute) {
     return 1;
 }
 
-int Node::getChildNodeSize() const { return static_cast<int>(m_children.size()); }
+int Node::getChildNodeSize() const {
+    return static_cast<int>(m_children.size());
+}
 
-int Node::getAttributeSize() const { return static_cast<int>(m_attributes.size()); }
+int Node::getAttributeSize() const {
+    return static_cast<int>(m_attributes.size());
+}
 
 Node* Node::getChildNode(int index) const {
     return validIndex(m_children, index) ? m_children[static_cast<size_t>(index)] : nullptr;
@@ -75,7 +83,9 @@ Attribute* Node::getAttribute(int index) const {
     return validIndex(m_attributes, index) ? m_attributes[static_cast<size_t>(index)] : nullptr;
 }
 
-Node* Node::getFirstChild() const { return m_children.empty() ? nullptr : m_children.front(); }
+Node* Node::getFirstChild() const {
+    return m_children.empty() ? nullptr : m_children.front();
+}
 
 Attribute* Node::getAttributeByName(const char* name) const {
     for (Attribute* attribute : m_attributes)

@@ -16,7 +16,9 @@ int NodeList::addNode(Node* node) {
     return 1;
 }
 
-int NodeList::getNodeCount() const { return static_cast<int>(m_nodes.size()); }
+int NodeList::getNodeCount() const {
+    return static_cast<int>(m_nodes.size());
+}
 
 Node* NodeList::getNode(int index) const {
     if (index < 0 || index >= getNodeCount())

@@ -10,4 +10,3 @@ XmlException::~XmlException() = default;
 } // namespace Xml
 } // namespace Common
 } // namespace Vemlo
-

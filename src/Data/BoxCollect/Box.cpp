@@ -56,7 +56,9 @@ Box::~Box() {
 
 // Deliberately empty: a box is never overwritten by assignment, so its
 // entries are never silently shared or lost that way.
-Box& Box::operator=(const Box&) { return *this; }
+Box& Box::operator=(const Box&) {
+    return *this;
+}
 
 int Box::Add(const char* key, const char* value) {
     m_pTable->AddObj(key, value);
@@ -107,7 +109,9 @@ int Box::AddAuto(const char* value) {
     return 1;
 }
 
-int Box::Add(const char* value) { return AddAuto(value); }
+int Box::Add(const char* value) {
+    return AddAuto(value);
+}
 
 int Box::Add(int value) {
     String text;
@@ -121,11 +125,17 @@ int Box::Add(float value) {
     return AddAuto(text.c_str());
 }
 
-const char* Box::getValue(const char* key) { return m_pTable->getStringValue(key); }
+const char* Box::getValue(const char* key) {
+    return m_pTable->getStringValue(key);
+}
 
-Object* Box::getObjValue(const char* key) { return m_pTable->getValue(key); }
+Object* Box::getObjValue(const char* key) {
+    return m_pTable->getValue(key);
+}
 
-void Box::Reset() { m_nCursor = 0; }
+void Box::Reset() {
+    m_nCursor = 0;
+}
 
 bool Box::MoveNext() {
     if (m_nCursor >= m_pTable->getCount())

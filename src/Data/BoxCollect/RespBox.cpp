@@ -9,9 +9,13 @@ RespBox::RespBox() : Box(), m_sResult("") {}
 
 RespBox::~RespBox() = default;
 
-const char* RespBox::GetResult() { return m_sResult.c_str(); }
+const char* RespBox::GetResult() {
+    return m_sResult.c_str();
+}
 
-void RespBox::SetResult(const char* result) { m_sResult = result; }
+void RespBox::SetResult(const char* result) {
+    m_sResult = result;
+}
 
 } // namespace BoxCollect
 } // namespace Data

@@ -30,15 +30,17 @@ ArrayList::ArrayList(bool deleteFlag) : ArrayList(deleteFlag, true) {}
 ArrayList::ArrayList(bool deleteFlag, bool lockFlag)
     : m_bDeleteFlag(deleteFlag), m_bLockFlag(lockFlag) {}
 
-ArrayList::~ArrayList() { Clear(); }
+ArrayList::~ArrayList() {
+    Clear();
+}
 
 void ArrayList::PassLock() {
     if (!m_bLockFlag)
         return;
-    // The section is entered and left at once, before the caller touches the
-    // items. Code built on these lists depends on this early release (it never
-    // nests list calls under the lock), so it is kept; callers that share a
-    // list lock around it themselves.
+        // The section is entered and left at once, before the caller touches the
+        // items. Code built on these lists depends on this early release (it never
+        // nests list calls under the lock), so it is kept; callers that share a
+        // list lock around it themselves.
 #ifdef VEMLO_TSAN_ANNOTATE_SECTIONS
     // Through the annotated lock, so that the race checker sees the same
     // ordering edges as before.
@@ -51,7 +53,9 @@ void ArrayList::PassLock() {
 #endif
 }
 
-void ArrayList::setDeleteFlag(bool flag) { m_bDeleteFlag = flag; }
+void ArrayList::setDeleteFlag(bool flag) {
+    m_bDeleteFlag = flag;
+}
 
 void ArrayList::Add(Object* item) {
     PassLock();

@@ -24,18 +24,26 @@ HashElement::~HashElement() {
 
 // Deliberately empty: an element is never overwritten by assignment, so a
 // value is never silently shared or lost that way.
-HashElement& HashElement::operator=(const HashElement&) { return *this; }
+HashElement& HashElement::operator=(const HashElement&) {
+    return *this;
+}
 
-const char* HashElement::getKey() { return m_sKey.c_str(); }
+const char* HashElement::getKey() {
+    return m_sKey.c_str();
+}
 
-Object* HashElement::getValue() { return m_pValue; }
+Object* HashElement::getValue() {
+    return m_pValue;
+}
 
 const char* HashElement::getStringValue() {
     String* text = dynamic_cast<String*>(m_pValue);
     return text ? text->c_str() : nullptr;
 }
 
-void HashElement::setValue(Object* value) { m_pValue = value; }
+void HashElement::setValue(Object* value) {
+    m_pValue = value;
+}
 
 void HashElement::setValue(const char* value) {
     String* text = new String(value);

@@ -9,7 +9,9 @@ Iterator::Iterator() : ArrayList(), m_nCursor(0) {}
 
 Iterator::~Iterator() = default;
 
-void Iterator::Reset() { m_nCursor = 0; }
+void Iterator::Reset() {
+    m_nCursor = 0;
+}
 
 bool Iterator::MoveNext() {
     if (m_nCursor >= Count())

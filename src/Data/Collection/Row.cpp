@@ -27,7 +27,9 @@ inline int toInt(const char* text) {
     return static_cast<int>(value);
 }
 
-inline double toDouble(const char* text) { return text ? std::strtod(text, nullptr) : 0.0; }
+inline double toDouble(const char* text) {
+    return text ? std::strtod(text, nullptr) : 0.0;
+}
 
 } // namespace
 
@@ -35,9 +37,13 @@ Row::Row() : ArrayList(), m_pColumns(nullptr) {}
 
 Row::~Row() = default;
 
-void Row::addString(const char* text) { Add(text); }
+void Row::addString(const char* text) {
+    Add(text);
+}
 
-void Row::setColumn(HashTable* columns) { m_pColumns = columns; }
+void Row::setColumn(HashTable* columns) {
+    m_pColumns = columns;
+}
 
 bool Row::setValue(int index, const char* text) {
     if (index < 0 || index >= Count() || !At(index))
@@ -46,7 +52,9 @@ bool Row::setValue(int index, const char* text) {
     return true;
 }
 
-const char* Row::getString(int index) { return AtString(index); }
+const char* Row::getString(int index) {
+    return AtString(index);
+}
 
 const char* Row::getString(const char* column) {
     if (!m_pColumns)
@@ -55,13 +63,21 @@ const char* Row::getString(const char* column) {
     return AtString(m_pColumns->getPosition(column));
 }
 
-int Row::getInt(int index) { return toInt(getString(index)); }
+int Row::getInt(int index) {
+    return toInt(getString(index));
+}
 
-int Row::getInt(const char* column) { return toInt(getString(column)); }
+int Row::getInt(const char* column) {
+    return toInt(getString(column));
+}
 
-double Row::getDouble(int index) { return toDouble(getString(index)); }
+double Row::getDouble(int index) {
+    return toDouble(getString(index));
+}
 
-double Row::getDouble(const char* column) { return toDouble(getString(column)); }
+double Row::getDouble(const char* column) {
+    return toDouble(getString(column));
+}
 
 } // namespace Collection
 } // namespace Data

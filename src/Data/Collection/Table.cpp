@@ -24,11 +24,17 @@ bool Table::addRow(Row* row) {
     return true;
 }
 
-int Table::getRowCount() { return Count(); }
+int Table::getRowCount() {
+    return Count();
+}
 
-int Table::getColumnCount() { return m_columns.getCount(); }
+int Table::getColumnCount() {
+    return m_columns.getCount();
+}
 
-void Table::Reset() { m_nCursor = 0; }
+void Table::Reset() {
+    m_nCursor = 0;
+}
 
 bool Table::MoveNext() {
     if (m_nCursor >= Count())

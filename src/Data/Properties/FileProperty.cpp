@@ -12,10 +12,13 @@ namespace Properties {
 
 FileProperty::FileProperty() : m_pProperty(nullptr) {}
 
-FileProperty::FileProperty(const char* path) : m_pProperty(nullptr) { setFileName(path, PROPERTY_TYPE_XML); }
+FileProperty::FileProperty(const char* path) : m_pProperty(nullptr) {
+    setFileName(path, PROPERTY_TYPE_XML);
+}
 
 FileProperty::FileProperty(const FileProperty& other)
-    : IProperty(), m_sPrefix(other.m_sPrefix), m_pProperty(nullptr), m_sFileName(other.m_sFileName) {
+    : IProperty(), m_sPrefix(other.m_sPrefix), m_pProperty(nullptr),
+      m_sFileName(other.m_sFileName) {
     // Sharing the set would delete it twice: the copy loads its own.
     if (other.m_pProperty) {
         const int type = dynamic_cast<XmlProperty*>(other.m_pProperty) ? PROPERTY_TYPE_XML : 0;
@@ -28,7 +31,9 @@ FileProperty::~FileProperty() {
     m_pProperty = nullptr;
 }
 
-FileProperty& FileProperty::operator=(const FileProperty&) { return *this; }
+FileProperty& FileProperty::operator=(const FileProperty&) {
+    return *this;
+}
 
 // Writes take the key as given: the prefix is for reads only, and callers
 // that store full keys through a prefixed set depend on that.
@@ -70,7 +75,9 @@ int FileProperty::setFileName(const char* path, int type) {
     return 1;
 }
 
-const char* FileProperty::getFileName() { return m_sFileName.c_str(); }
+const char* FileProperty::getFileName() {
+    return m_sFileName.c_str();
+}
 
 void FileProperty::setPrefix(const char* prefix) {
     const String text(prefix);
@@ -79,7 +86,9 @@ void FileProperty::setPrefix(const char* prefix) {
         m_sPrefix.append(".");
 }
 
-int FileProperty::Update() { return m_pProperty ? m_pProperty->Update(m_sFileName.c_str()) : 0; }
+int FileProperty::Update() {
+    return m_pProperty ? m_pProperty->Update(m_sFileName.c_str()) : 0;
+}
 
 String FileProperty::prefixed(const char* key) const {
     if (m_sPrefix.empty())

@@ -24,15 +24,25 @@ Property::~Property() {
     m_pTable = nullptr;
 }
 
-Property& Property::operator=(const Property&) { return *this; }
+Property& Property::operator=(const Property&) {
+    return *this;
+}
 
-void Property::setObjValue(const char* key, Vemlo::Data::Object* value) { m_pTable->AddObj(key, value); }
+void Property::setObjValue(const char* key, Vemlo::Data::Object* value) {
+    m_pTable->AddObj(key, value);
+}
 
-void Property::setValue(const char* key, const char* value) { m_pTable->AddObj(key, value); }
+void Property::setValue(const char* key, const char* value) {
+    m_pTable->AddObj(key, value);
+}
 
-const char* Property::getValue(const char* key) { return m_pTable->getStringValue(key); }
+const char* Property::getValue(const char* key) {
+    return m_pTable->getStringValue(key);
+}
 
-Vemlo::Data::Object* Property::getObjValue(const char* key) { return m_pTable->getValue(key); }
+Vemlo::Data::Object* Property::getObjValue(const char* key) {
+    return m_pTable->getValue(key);
+}
 
 int Property::getIntValue(const char* key) {
     const String text(m_pTable->getStringValue(key));

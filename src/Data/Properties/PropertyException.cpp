@@ -10,4 +10,3 @@ PropertyException::~PropertyException() = default;
 } // namespace Properties
 } // namespace Data
 } // namespace Vemlo
-

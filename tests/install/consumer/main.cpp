@@ -11,9 +11,7 @@ int main() {
     // (a library built with the legacy string ABI passes that on).
     String fromStd(std::string("consumer 1"));
     Vemlo::Util::System::CCriticalSection section;
-    {
-        Vemlo::Util::System::CSingleLock guard(&section);
-    }
+    { Vemlo::Util::System::CSingleLock guard(&section); }
     try {
         throw new Vemlo::Net::NetException("cannot connect", 1004);
     } catch (Vemlo::Common::Exception* e) {

@@ -64,10 +64,10 @@ protected:
     // Field order is the object's binary layout.
     /// The loaded sets by name; owned.
     Vemlo::Data::Collection::HashTable* m_pInstances;
-    String m_sConfigText; ///< Kept for existing subclasses; not read here.
+    String m_sConfigText;  ///< Kept for existing subclasses; not read here.
     String m_sDefaultName; ///< The name getInstance() loads.
-    String m_sFolderName; ///< The folder below "<working directory>/Vemlo/".
-    String m_sExtension; ///< The file extension, with its leading dot.
+    String m_sFolderName;  ///< The folder below "<working directory>/Vemlo/".
+    String m_sExtension;   ///< The file extension, with its leading dot.
 
     /// The folder path shared by every manager (see getFolderPath).
     static String m_sFolderPath;
