@@ -7,6 +7,8 @@
 # after the head), else no reply. --close-at-once closes every connection at once.
 
 import http.server
+import os
+import signal
 import sys
 import threading
 import time
@@ -85,7 +87,21 @@ class Handler(http.server.BaseHTTPRequestHandler):
     do_PUT = do_POST
 
 
+def die_with_parent():
+    """A test program that crashes must not leave its server behind: the
+    kernel kills this process when its parent ends (PR_SET_PDEATHSIG)."""
+    parent = os.getppid()
+    try:
+        import ctypes
+        ctypes.CDLL(None, use_errno=True).prctl(1, signal.SIGKILL, 0, 0, 0)
+    except (ImportError, OSError, AttributeError):
+        return  # no ctypes here: the test's own clean-up still ends the server
+    if os.getppid() != parent:  # the parent ended before the request took
+        os._exit(1)
+
+
 if __name__ == "__main__":
+    die_with_parent()
     server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
     server.daemon_threads = True
     server.close_at_once = "--close-at-once" in sys.argv[1:]
