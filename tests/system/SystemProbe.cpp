@@ -24,9 +24,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fstream>
 #include <string>
 
-#include <fcntl.h>
 #include <sys/sem.h>
 #include <unistd.h>
 
@@ -81,20 +81,14 @@ int ctimeCheck(int count) {
     return bad == 0 ? 0 : 1;
 }
 
-void sync(const std::string& path) {
-    const int fd = open(path.c_str(), O_RDONLY);
-    if (fd >= 0) {
-        fsync(fd);
-        close(fd);
-    }
-}
-
-long long scalar(sqlite3* db, const std::string& sql) {
+// The first value of `sql`'s first row as text, or `none` when there is none
+// (the database could not be opened or read).
+std::string query(sqlite3* db, const std::string& sql, const char* none) {
     sqlite3_stmt* statement = nullptr;
-    long long value = -1;
+    std::string value = none;
     if (sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr) == SQLITE_OK &&
         sqlite3_step(statement) == SQLITE_ROW)
-        value = sqlite3_column_int64(statement, 0);
+        value = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
     sqlite3_finalize(statement);
     return value;
 }
@@ -123,19 +117,12 @@ long long check(const std::string& dir, long long reportedRows, long long& nextR
     } catch (Vemlo::Data::Properties::PropertyException*) {
     }
     sqlite3* db = nullptr;
-    long long rows = -1, max = -1;
-    std::string integrity = "unreadable";
-    if (sqlite3_open_v2((dir + "/rows.db").c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) ==
-        SQLITE_OK) {
-        rows = scalar(db, "SELECT count(*) FROM t WHERE id <= " + std::to_string(reportedRows));
-        max = scalar(db, "SELECT coalesce(max(id), 0) FROM t");
-        sqlite3_stmt* statement = nullptr;
-        if (sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &statement, nullptr) ==
-                SQLITE_OK &&
-            sqlite3_step(statement) == SQLITE_ROW)
-            integrity = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-        sqlite3_finalize(statement);
-    }
+    sqlite3_open_v2((dir + "/rows.db").c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
+    const long long rows = std::atoll(
+        query(db, "SELECT count(*) FROM t WHERE id <= " + std::to_string(reportedRows), "-1")
+            .c_str());
+    const long long max = std::atoll(query(db, "SELECT coalesce(max(id), 0) FROM t", "-1").c_str());
+    const std::string integrity = query(db, "PRAGMA integrity_check", "unreadable");
     sqlite3_close(db);
     std::printf("STATE cfg=%lld txt=%lld rows=%lld max=%lld integrity=%s\n", cfg, txt, rows, max,
                 integrity.c_str());
@@ -149,25 +136,21 @@ int powercut(const std::string& dir, long long reportedRows, bool write) {
     setenv("VEMLO_WORKING_DIRECTORY", dir.c_str(), 1);
     if (access(file.c_str(), F_OK) != 0) { // the first boot on a fresh disk
         std::system(("mkdir -p " + conf).c_str());
-        FILE* f = std::fopen(file.c_str(), "w");
-        std::fprintf(f,
-                     "<FileProperty><Base><Log><Level>ERROR</Level></Log></"
-                     "Base><PowerCut><Counter>0</Counter>"
-                     "%s</PowerCut></FileProperty>\n",
-                     fillers("<Filler", ">", "</Filler").c_str());
-        std::fclose(f);
-        f = std::fopen((dir + "/state.txt").c_str(), "w");
-        std::fprintf(f, "counter=0;\n");
+        std::ofstream(file) << "<FileProperty><Base><Log><Level>ERROR</Level></Log></Base>"
+                               "<PowerCut><Counter>0</Counter>"
+                            << fillers("<Filler", ">", "</Filler")
+                            << "</PowerCut></FileProperty>\n";
+        std::ofstream text(dir + "/state.txt");
+        text << "counter=0;\n";
         for (int i = 0; i < kFillers; ++i)
-            std::fprintf(f, "filler%d=%s;\n", i, kFiller.c_str());
-        std::fclose(f);
+            text << "filler" << i << "=" << kFiller << ";\n";
+        text.close();
         sqlite3* db = nullptr;
         sqlite3_open((dir + "/rows.db").c_str(), &db);
         sqlite3_exec(db, "CREATE TABLE t (id INTEGER PRIMARY KEY, payload TEXT)", nullptr, nullptr,
                      nullptr);
         sqlite3_close(db);
-        for (const std::string& p : {file, dir + "/state.txt", dir + "/rows.db", conf, dir})
-            sync(p);
+        std::system("sync"); // the fresh files and their folders, before the first cut
     }
     long long row = 0;
     long long counter = check(dir, reportedRows, row);
