@@ -10,7 +10,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,38 +29,35 @@ std::string fromHex(const std::string& hex) {
 } // namespace
 
 HttpPeer::HttpPeer(bool closeAtOnce) {
+    // The child's arguments and environment are made before fork(): other
+    // threads may hold the allocator's lock. An emulated target's loader
+    // settings are left out of the host program's environment.
+    std::string script = VEMLO_TEST_SUPPORT_DIR "/http_peer.py", option = "--close-at-once";
+    std::vector<char*> argv{const_cast<char*>("python3"), &script[0],
+                            closeAtOnce ? &option[0] : nullptr, nullptr};
+    std::vector<char*> envp;
+    for (char** e = environ; *e; ++e)
+        if (std::strncmp(*e, "LD_LIBRARY_PATH=", 16) != 0 &&
+            std::strncmp(*e, "LD_PRELOAD=", 11) != 0)
+            envp.push_back(*e);
+    envp.push_back(nullptr);
     int pipeFds[2];
     if (pipe2(pipeFds, O_CLOEXEC) != 0) {
         m_why = "pipe failed";
         return;
     }
-    // Standard output to the pipe, only descriptors 0-2 kept; an emulated
-    // target's loader settings are left out of the host program's environment.
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
-#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 34))
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-#endif
-    std::string script = VEMLO_TEST_SUPPORT_DIR "/http_peer.py", option = "--close-at-once";
-    std::vector<char*> argv{const_cast<char*>("python3"), &script[0],
-                            closeAtOnce ? &option[0] : nullptr, nullptr};
-    std::vector<char*> envp;
-    for (char** e = environ; e && *e; ++e)
-        if (std::strncmp(*e, "LD_LIBRARY_PATH=", 16) != 0 &&
-            std::strncmp(*e, "LD_PRELOAD=", 11) != 0)
-            envp.push_back(*e);
-    envp.push_back(nullptr);
-    if (posix_spawnp(&m_pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0)
-        m_pid = -1;
-    posix_spawn_file_actions_destroy(&actions);
+    m_pid = fork();
+    if (m_pid == 0) { // standard output to the pipe, only descriptors 0-2 kept
+        dup2(pipeFds[1], STDOUT_FILENO);
+        closefrom(STDERR_FILENO + 1);
+        execvpe(argv[0], argv.data(), envp.data());
+        _exit(127);
+    }
     close(pipeFds[1]);
     m_out = pipeFds[0];
     std::string line;
-    if (m_pid < 0) {
-        m_why = "cannot start python3";
-    } else if (!readLine(line, std::chrono::seconds(20)) || line.compare(0, 5, "PORT ") != 0) {
-        m_why = "the server did not report its port: '" + line + "'";
+    if (!readLine(line, std::chrono::seconds(20)) || line.compare(0, 5, "PORT ") != 0) {
+        m_why = "the server did not report its port (python3 started?): '" + line + "'";
         stop();
     } else {
         m_port = std::atoi(line.c_str() + 5);
@@ -80,7 +76,8 @@ std::string HttpPeer::url(const std::string& path) const {
 
 bool HttpPeer::readLine(std::string& line, std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    for (size_t newline; (newline = m_pending.find('\n')) == std::string::npos;) {
+    size_t newline;
+    while ((newline = m_pending.find('\n')) == std::string::npos) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
             end - std::chrono::steady_clock::now());
         pollfd p{m_out, POLLIN, 0};
@@ -93,7 +90,6 @@ bool HttpPeer::readLine(std::string& line, std::chrono::milliseconds limit) {
             return false;
         m_pending.append(buffer, static_cast<size_t>(got));
     }
-    const size_t newline = m_pending.find('\n');
     line = m_pending.substr(0, newline);
     m_pending.erase(0, newline + 1);
     return true;

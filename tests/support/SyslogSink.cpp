@@ -102,15 +102,8 @@ void SyslogSink::readLoop() {
         if (poll(&ready, 1, 50) <= 0)
             continue;
         iovec part = {buffer.data(), buffer.size()};
-        union {
-            cmsghdr header;
-            char space[CMSG_SPACE(sizeof(ucred))];
-        } control;
-        msghdr message{};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        message.msg_control = &control;
-        message.msg_controllen = sizeof control;
+        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(ucred))];
+        msghdr message{nullptr, 0, &part, 1, control, sizeof control, 0};
         const ssize_t got = recvmsg(m_fd, &message, MSG_DONTWAIT);
         // Only this process's lines: other programs may log meanwhile.
         cmsghdr* c = CMSG_FIRSTHDR(&message);

@@ -1,16 +1,25 @@
-//===- Net/Socket/TCPClientTest.cpp - TCP client against TCP server -------===//
+//===- Net/Socket/SocketTest.cpp - Socket clients and servers -------------===//
+//
+// The base client over socket pairs made by the test; the TCP and the
+// Unix-domain client against their servers, on 127.0.0.1 and in a temporary
+// folder.
+//
+//===----------------------------------------------------------------------===//
 #include "Net/NetTest.h"
 
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <regex>
 #include <thread>
 #include <vector>
 
 #include <dlfcn.h>
 #include <poll.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
+using NetTest::isOpen;
 using NetTest::text;
 using Vemlo::Net::NetException;
 
@@ -41,6 +50,17 @@ extern "C" int connect(int fd, const struct sockaddr* address, socklen_t length)
 
 namespace {
 
+// A client that takes over one end of a socket pair made by the test.
+struct PairClient : NetTest::Open<Vemlo::Net::Socket::ClientBase> {
+    explicit PairClient(int type = SOCK_STREAM) {
+        socketpair(AF_UNIX, type, 0, pair);
+        m_nSocket = pair[0];
+    }
+    ~PairClient() override { close(pair[1]); }
+    int Connect(char*, int, int) override { return 0; }
+    int pair[2] = {-1, -1};
+};
+
 struct Server : NetTest::Open<Vemlo::Net::Socket::TCPServer> {
     int port() {
         sockaddr_in address{};
@@ -50,28 +70,17 @@ struct Server : NetTest::Open<Vemlo::Net::Socket::TCPServer> {
     }
 };
 using Client = NetTest::Open<Vemlo::Net::Socket::TCPClient>;
+using UDSClient = NetTest::Open<Vemlo::Net::Socket::UDSClient>;
 
-// A bound server (the address text is ignored: it listens on every interface).
-class TCPClientTest : public testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(server.Bind(0, text("203.0.113.9")), 0); }
-    Server server;
-    Client client;
-};
+bool isSocketFile(const std::string& path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
+}
 
-} // namespace
-
-TEST_F(TCPClientTest, ClientAndServerTalkBothWaysThroughPartialSends) {
-    ASSERT_EQ(server.Listen(4), 0);
-    // The integer is ignored; a name resolves as well as a dotted address.
-    ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
-    EXPECT_EQ(fcntl(client.fd(), F_GETFL) & O_NONBLOCK, 0); // blocking again
-    const int accepted = server.Accept(nullptr);
-    ASSERT_GT(accepted, 0);
-
-    // Client to server: more than the socket buffers hold at once, so sends
-    // return short; then the server answers. (A peer that goes mid-send is
-    // ClientBase's.)
+// The client sends more than the socket buffers hold at once (so sends return
+// short) to the peer at `accepted`, which answers "down" and closes; then the
+// client closes.
+template <class C> void talkBothWays(C& client, int accepted) {
     std::vector<char> up(3 * 1024 * 1024 + 17, 'u'), received;
     std::thread peerThread([&] {
         char buffer[65536];
@@ -84,10 +93,88 @@ TEST_F(TCPClientTest, ClientAndServerTalkBothWaysThroughPartialSends) {
     EXPECT_EQ(client.Send(up.data(), static_cast<int>(up.size())), static_cast<int>(up.size()));
     char buffer[16] = {0};
     EXPECT_EQ(client.Receive(buffer, sizeof buffer), 4);
+    EXPECT_STREQ(buffer, "down");
     peerThread.join();
     EXPECT_TRUE(received == up);
     EXPECT_EQ(client.Close(), 0);
     EXPECT_EQ(client.fd(), 0);
+}
+
+// A bound server (the address text is ignored: it listens on every interface).
+class TCPClientTest : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(server.Bind(0, text("203.0.113.9")), 0); }
+    Server server;
+    Client client;
+};
+
+} // namespace
+
+TEST(ClientBaseTest, SendCutsTheBufferInto8196ByteUnits) {
+    // A sequenced-packet pair keeps the boundary of every unit UnitSend sent.
+    PairClient client(SOCK_SEQPACKET);
+    std::vector<char> data(20000, 'd'), received;
+    EXPECT_EQ(client.Send(data.data(), 20000), 20000);
+    std::vector<ssize_t> units;
+    char unit[16384];
+    for (ssize_t got; (got = recv(client.pair[1], unit, sizeof unit, MSG_DONTWAIT)) > 0;) {
+        units.push_back(got);
+        received.insert(received.end(), unit, unit + got);
+    }
+    EXPECT_EQ(units, (std::vector<ssize_t>{8196, 8196, 3608}));
+    EXPECT_EQ(received, data);
+
+    // Nothing to send: no call at all; a negative length sends nothing.
+    EXPECT_EQ(client.Send(nullptr, 10), 0);
+    EXPECT_EQ(client.Send(data.data(), -5), -1);
+}
+
+TEST(ClientBaseTest, SendingToAVanishedPeerThrowsTheBaseExceptionFromUnitSendOnly) {
+    PairClient client;
+    close(client.pair[1]);
+    client.pair[1] = -1;
+    char data[100] = {0};
+    // The number is the untouched byte (0) natively; user-mode emulators
+    // copy one byte of the error into it.
+    try {
+        client.UnitSend(data, sizeof data);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (Vemlo::Common::Exception* e) {
+        EXPECT_EQ(typeid(*e), typeid(Vemlo::Common::Exception));
+        EXPECT_EQ(e->GetCode(), -1);
+        EXPECT_TRUE(std::regex_match(
+            e->GetMessage(), std::regex(R"(client socket is closed : error number \[\d+\] )")))
+            << e->GetMessage();
+        delete e;
+    }
+    EXPECT_EQ(client.Send(data, sizeof data), -1); // caught inside, nothing escapes
+    EXPECT_TRUE(isOpen(client.pair[0]));           // the socket stays open
+}
+
+TEST(ClientBaseTest, ReceiveIsOneRecvAndCloseClosesOnlyDescriptorsAboveZero) {
+    PairClient client;
+    ASSERT_EQ(write(client.pair[1], "hello world", 11), 11);
+    char buffer[64] = {0};
+    EXPECT_EQ(client.Receive(buffer, 5), 5); // one call, no loop
+    EXPECT_EQ(std::string(buffer, 5), "hello");
+    EXPECT_EQ(client.Close(), 0);
+    EXPECT_EQ(client.fd(), 0);
+    EXPECT_FALSE(isOpen(client.pair[0]));
+    EXPECT_EQ(client.UnitSend(buffer, 5), 0); // descriptor 0 is never written to
+    client.fd() = -1; // a failed socket(): returned as is, close() not called
+    errno = 0;
+    EXPECT_EQ(client.Close(), -1);
+    EXPECT_EQ(errno, 0);
+}
+
+TEST_F(TCPClientTest, ClientAndServerTalkBothWaysThroughPartialSends) {
+    ASSERT_EQ(server.Listen(4), 0);
+    // The integer is ignored; a name resolves as well as a dotted address.
+    ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
+    EXPECT_EQ(fcntl(client.fd(), F_GETFL) & O_NONBLOCK, 0); // blocking again
+    const int accepted = server.Accept(nullptr);
+    ASSERT_GT(accepted, 0);
+    talkBothWays(client, accepted); // (a peer that goes mid-send is the base client's)
 }
 
 TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndLeaveNoDescriptor) {
@@ -175,4 +262,34 @@ TEST_F(TCPClientTest, UnlikeTheClientTheServerClosesNegativeDescriptors) {
     EXPECT_FALSE(NetTest::isOpen(bound));
     { Server unused; }
     EXPECT_TRUE(NetTest::isOpen(0));
+}
+
+TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCannotConnect) {
+    VemloTest::TempDir dir;
+    std::string cut = dir.path() + "/";
+    cut.append(107 - cut.size(), 's');
+    const std::string full = cut + "-never-seen";
+    std::fclose(std::fopen(full.c_str(), "w")); // a file left at the path is removed by Bind
+    Vemlo::Net::Socket::UDSServer server;
+    ASSERT_EQ(server.Bind(7, text(full)), 0);
+    EXPECT_TRUE(isSocketFile(cut));
+    EXPECT_NE(access(full.c_str(), F_OK), 0);
+    ASSERT_EQ(server.Listen(2), 0);
+    UDSClient client;
+    ASSERT_EQ(client.Connect(text(full), 1, 2), 0);
+    const int first = client.fd(); // a second Connect closes the first socket
+    ASSERT_EQ(client.Connect(text(cut), 0, 0), 0);
+    EXPECT_EQ(client.fd(), first);
+    close(server.Accept(nullptr));
+    const int accepted = server.Accept(nullptr);
+    ASSERT_GT(accepted, 0);
+    talkBothWays(client, accepted);
+    EXPECT_EQ(server.Close(), 0);
+    EXPECT_TRUE(isSocketFile(cut)); // left for the application to remove
+
+    UDSClient lonely;
+    const std::string nobody = dir.file("nobody.sock");
+    VemloTest::ExpectThrown<NetException>([&] { lonely.Connect(text(nobody), 0, 0); }, 0,
+                                          "cannot connect to UDS server");
+    EXPECT_EQ(lonely.fd(), -1); // closed and not kept
 }
