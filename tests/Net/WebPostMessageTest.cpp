@@ -50,9 +50,8 @@ protected:
         EXPECT_EQ(entries(folder(), "http_"), 0u) << "spool files left behind";
         EXPECT_EQ(entries("/proc/self/fd"), m_descriptors) << "descriptors left open";
     }
-    int post(const std::string& path, String* out, const char* body = "",
-             const char* method = "POST") {
-        return WebPostMessage::SimpleHTTPMethod(peer.url(path).c_str(), body, method, out);
+    int post(const std::string& path, String* out, const char* body = "") {
+        return WebPostMessage::SimpleHTTPMethod(peer.url(path).c_str(), body, "POST", out);
     }
     static std::string folder() { return NetTest::g_env->config->workingDirectory(); }
     // Takes a spool number and returns it: the next exchange that spools uses the one after.
@@ -179,13 +178,11 @@ TEST_F(WebPostMessageTest, SpoolPathsComeFromTheConfiguration) {
     configure(folder() + "/http");
 }
 
-TEST_F(WebPostMessageTest, AServerThatNeverAnswersOrNeverEndsKeepsTheCallUntilItGoes) {
-    String silentOut("kept"), endlessOut;
-    auto silent =
-        std::async(std::launch::async, [&] { return post("/silent", &silentOut, "q=1"); });
+TEST_F(WebPostMessageTest, AServerThatNeverEndsKeepsTheCallUntilItGoes) {
+    String endlessOut;
     auto endless = std::async(std::launch::async, [&] { return post("/endless", &endlessOut); });
     HttpRequest request;
-    const bool arrived = peer.nextRequest(request) && peer.nextRequest(request);
+    const bool arrived = peer.nextRequest(request);
     // While the endless reply flows, it grows on disk, not in the caller's memory.
     const uintmax_t enough = 2 * 1024 * 1024;
     uintmax_t spooled = 0;
@@ -195,14 +192,10 @@ TEST_F(WebPostMessageTest, AServerThatNeverAnswersOrNeverEndsKeepsTheCallUntilIt
         for (auto& e : fs::directory_iterator(folder()))
             if (e.path().filename().string().rfind("http_", 0) == 0)
                 spooled = std::max(spooled, fs::file_size(e.path()));
-    const bool waiting = silent.wait_for(0s) == std::future_status::timeout &&
-                         endless.wait_for(0s) == std::future_status::timeout;
-    peer.stop(); // the connections close with the server
-    ASSERT_EQ(silent.wait_for(30s), std::future_status::ready);
+    const bool waiting = endless.wait_for(0s) == std::future_status::timeout;
+    peer.stop(); // the connection closes with the server
     ASSERT_EQ(endless.wait_for(30s), std::future_status::ready);
     EXPECT_TRUE(arrived && waiting) << "returned before the server went";
-    EXPECT_EQ(silent.get(), 0);
-    EXPECT_EQ(silentOut, "kept");
     EXPECT_EQ(endless.get(), 1);
     EXPECT_GE(spooled, enough);
     EXPECT_TRUE(endlessOut.str() == pattern(endlessOut.length()));
@@ -217,8 +210,7 @@ TEST(WebPostMessageStepsTest, StepsExchangeOverASocketAndReportAVanishedPeer) {
     char data[] = "xyz", buffer[64], got[256] = {0};
     EXPECT_EQ(WebPostMessage::SendBytes(pair[0], data, 1), 1);
     EXPECT_EQ(WebPostMessage::SendBytes(pair[0], data, 0), 0);
-    const std::string reply = "HTTP/1.1 200 OK\n\nfine";
-    ASSERT_EQ(send(pair[1], reply.data(), reply.size(), 0), static_cast<ssize_t>(reply.size()));
+    ASSERT_EQ(write(pair[1], "HTTP/1.1 200 OK\n\nfine", 21), 21);
     shutdown(pair[1], SHUT_WR);
     PostObject post;
     post.m_sHost = "10.1.2.3";
@@ -229,8 +221,8 @@ TEST(WebPostMessageStepsTest, StepsExchangeOverASocketAndReportAVanishedPeer) {
     post.m_pRecvBuffer = buffer;
     post.m_nBufferSize = sizeof buffer;
     EXPECT_EQ(WebPostMessage::MessageExchange(&post), 0);
-    EXPECT_EQ(post.m_nReceived, static_cast<int>(reply.size()));
-    EXPECT_EQ(buffer, reply);
+    EXPECT_EQ(post.m_nReceived, 21);
+    EXPECT_STREQ(buffer, "HTTP/1.1 200 OK\n\nfine");
     EXPECT_GT(recv(pair[1], got, sizeof got - 1, MSG_DONTWAIT), 0);
     EXPECT_STREQ(got, "xPOST /form HTTP/1.1\nHost: 10.1.2.3\nContent-Type: "
                       "application/x-www-form-urlencoded\nConnection: close\nContent-Length: "

@@ -3,8 +3,8 @@
 # Prints "PORT <n>", then "REQ <head hex> <body hex or ->" per request. Every
 # head it sends is 94 bytes. Replies by path: /body/N (byte i is 'a' + i % 26),
 # /binary/N (byte i is (i + 1) % 256), /split (a bare "\n\n" inside the
-# headers), /endless (never ends), /silent (never answers), /close (closes
-# after the head), else no reply. --close-at-once closes every connection at once.
+# headers), /endless (never ends), /close (closes after the head), else no
+# reply. --close-at-once closes every connection at once.
 
 import http.server
 import os
@@ -78,8 +78,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
                     self.wfile.write(pattern(26 * 2520))
                     self.wfile.flush()
                     time.sleep(0.01)
-            elif kind == "silent":
-                time.sleep(3600)
             self.wfile.flush()
         except (BrokenPipeError, ConnectionResetError):
             pass

@@ -110,7 +110,7 @@ protected:
 
 } // namespace
 
-TEST(ClientBaseTest, SendCutsTheBufferInto8196ByteUnits) {
+TEST(ClientBaseTest, SendCutsTheBufferInto8196ByteUnitsReceiveIsOneCallCloseOnlyAboveZero) {
     // A sequenced-packet pair keeps the boundary of every unit UnitSend sent.
     PairClient client(SOCK_SEQPACKET);
     std::vector<char> data(20000, 'd'), received;
@@ -127,6 +127,20 @@ TEST(ClientBaseTest, SendCutsTheBufferInto8196ByteUnits) {
     // Nothing to send: no call at all; a negative length sends nothing.
     EXPECT_EQ(client.Send(nullptr, 10), 0);
     EXPECT_EQ(client.Send(data.data(), -5), -1);
+
+    // Receive is one recv, no loop; Close closes only descriptors above 0.
+    ASSERT_EQ(write(client.pair[1], "hello world", 11), 11);
+    char buffer[64] = {0};
+    EXPECT_EQ(client.Receive(buffer, 5), 5);
+    EXPECT_EQ(std::string(buffer, 5), "hello");
+    EXPECT_EQ(client.Close(), 0);
+    EXPECT_EQ(client.fd(), 0);
+    EXPECT_FALSE(isOpen(client.pair[0]));
+    EXPECT_EQ(client.UnitSend(buffer, 5), 0); // descriptor 0 is never written to
+    client.fd() = -1; // a failed socket(): returned as is, close() not called
+    errno = 0;
+    EXPECT_EQ(client.Close(), -1);
+    EXPECT_EQ(errno, 0);
 }
 
 TEST(ClientBaseTest, SendingToAVanishedPeerThrowsTheBaseExceptionFromUnitSendOnly) {
@@ -149,22 +163,6 @@ TEST(ClientBaseTest, SendingToAVanishedPeerThrowsTheBaseExceptionFromUnitSendOnl
     }
     EXPECT_EQ(client.Send(data, sizeof data), -1); // caught inside, nothing escapes
     EXPECT_TRUE(isOpen(client.pair[0]));           // the socket stays open
-}
-
-TEST(ClientBaseTest, ReceiveIsOneRecvAndCloseClosesOnlyDescriptorsAboveZero) {
-    PairClient client;
-    ASSERT_EQ(write(client.pair[1], "hello world", 11), 11);
-    char buffer[64] = {0};
-    EXPECT_EQ(client.Receive(buffer, 5), 5); // one call, no loop
-    EXPECT_EQ(std::string(buffer, 5), "hello");
-    EXPECT_EQ(client.Close(), 0);
-    EXPECT_EQ(client.fd(), 0);
-    EXPECT_FALSE(isOpen(client.pair[0]));
-    EXPECT_EQ(client.UnitSend(buffer, 5), 0); // descriptor 0 is never written to
-    client.fd() = -1; // a failed socket(): returned as is, close() not called
-    errno = 0;
-    EXPECT_EQ(client.Close(), -1);
-    EXPECT_EQ(errno, 0);
 }
 
 TEST_F(TCPClientTest, ClientAndServerTalkBothWaysThroughPartialSends) {
