@@ -37,11 +37,26 @@ struct RawConnection {
     }
 };
 
-// Every case has a folder for its database files.
+// Every case has a folder for its database files and a connection, closed
+// after the case.
 class SqliteTest : public VemloTest::ConfiguredTest {
 protected:
+    void TearDown() override {
+        db.Close();
+        ConfiguredTest::TearDown();
+    }
+    // Opens (creating) `file` with table t of two rows.
+    void openFilled(int option = 0) {
+        db.setOption(option);
+        ASSERT_EQ(db.Open(file.c_str(), Sqlite::kReadWrite), 1);
+        ASSERT_EQ(db.Execute("CREATE TABLE t (id INTEGER, name TEXT, score REAL);"
+                             "INSERT INTO t VALUES (1, 'pump', 2.5), (2, NULL, NULL);",
+                             0),
+                  1);
+    }
     TempDir dir;
     const std::string file = dir.file("test.db");
+    Sqlite db;
 };
 
 std::unique_ptr<ArrayList> commands(std::initializer_list<const char*> texts) {
@@ -51,20 +66,10 @@ std::unique_ptr<ArrayList> commands(std::initializer_list<const char*> texts) {
     return list;
 }
 
-void fillTable(Sqlite& db) {
-    ASSERT_EQ(db.Execute("CREATE TABLE t (id INTEGER, name TEXT, score REAL);"
-                         "INSERT INTO t VALUES (1, 'pump', 2.5), (2, NULL, NULL);",
-                         0),
-              1);
-}
-
 } // namespace
 
 TEST_F(SqliteTest, OpensQueriesAndGivesEmptyTextForNull) {
-    Sqlite db;
-    ASSERT_EQ(db.Open(file.c_str(), Sqlite::kReadWrite), 1); // created
-    fillTable(db);
-
+    openFilled();
     std::unique_ptr<Table> table(db.getTable("SELECT id, name, score FROM t ORDER BY id;", 0));
     table->MoveNext();
     ASSERT_TRUE(table->MoveNext());
@@ -86,15 +91,12 @@ TEST_F(SqliteTest, OpensQueriesAndGivesEmptyTextForNull) {
     std::unique_ptr<Table> setting(db.getTable("PRAGMA synchronous;", 0));
     ASSERT_TRUE(setting->MoveNext());
     EXPECT_STREQ(setting->getCurrent()->getString(0), "3");
-    db.Close();
 }
 
 TEST_F(SqliteTest, BusyDatabaseIsRetriedThenClosed) {
     VemloTest::SyslogSink sink;
     SYSLOG_SINK_OR_SKIP(sink);
-    Sqlite db;
-    db.Open(file.c_str(), Sqlite::kReadWrite);
-    fillTable(db);
+    openFilled();
     RawConnection other(file);
     ASSERT_EQ(other.exec("BEGIN EXCLUSIVE;"), SQLITE_OK);
 
@@ -111,10 +113,7 @@ TEST_F(SqliteTest, BusyDatabaseIsRetriedThenClosed) {
 }
 
 TEST_F(SqliteTest, FailedCommitKeepsTheTransactionForALaterCommit) {
-    Sqlite db;
-    db.setOption(1);
-    db.Open(file.c_str(), Sqlite::kReadWrite);
-    fillTable(db);
+    openFilled(1);
     ASSERT_EQ(db.TransactionStart(), 1);
     ASSERT_EQ(db.Execute("INSERT INTO t VALUES (7, 'kept', 0);", 0), 1);
 
@@ -129,7 +128,6 @@ TEST_F(SqliteTest, FailedCommitKeepsTheTransactionForALaterCommit) {
 
     EXPECT_EQ(db.Commit(), 1); // the same transaction, committed now
     EXPECT_EQ(reader.count("t"), 3);
-    db.Close();
 }
 
 // The children run in IPC namespaces of their own: the semaphore sets of the
@@ -137,7 +135,6 @@ TEST_F(SqliteTest, FailedCommitKeepsTheTransactionForALaterCommit) {
 TEST_F(SqliteTest, NothingCommittedIsLostWhenTheProcessIsKilled) {
     const int code = VemloTest::RunInChild(
         [&] {
-            Sqlite db;
             db.Open(file.c_str(), Sqlite::kReadWrite);
             db.Execute("CREATE TABLE t (v INTEGER);", 0);
             db.TransactionStart();
@@ -178,7 +175,7 @@ TEST_F(SqliteTest, RowsPastTheSemaphoreLimitStillLoadWithoutTheirLock) {
                     table->getCurrent()->getString("a") != "row" + std::to_string(rows + 1))
                     break;
             const int result = rows == 300 && table->getRowCount() == 300 ? 0 : 2;
-            db.Close(); // the child's leak check sees an open connection
+            db.Close(); // before the child's leak check
             return result;
         },
         true);
@@ -189,12 +186,10 @@ TEST_F(SqliteTest, RowsPastTheSemaphoreLimitStillLoadWithoutTheirLock) {
 
 TEST_F(SqliteTest, CorruptFileGivesTheExceptionNotACrash) {
     std::ofstream(file, std::ios::binary) << std::string(8192, '\x5a');
-    Sqlite db;
     db.setOption(1);
     ASSERT_EQ(db.Open(file.c_str(), Sqlite::kReadWrite), 1); // SQLite reads lazily
     ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", 0); }, 0,
                               "[DB] Can't get database table: file is not a database\n");
-    db.Close();
 }
 
 TEST_F(SqliteTest, CommandSetsApplyInOrderWithoutATransactionAndBackupAppliesToTheCopy) {
@@ -214,4 +209,28 @@ TEST_F(SqliteTest, CommandSetsApplyInOrderWithoutATransactionAndBackupAppliesToT
               1);
     EXPECT_EQ(RawConnection(copy).count("t"), 2);
     EXPECT_EQ(RawConnection(file).count("t"), 1); // the source is untouched
+}
+
+TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroAndATransactionRollsBack) {
+    // A folder that does not exist: ten attempts 0.2 s apart, then the exception.
+    const std::string missing = dir.file("missing/x.db");
+    ExpectThrown<DBException>(
+        [&] { db.Open(missing.c_str(), Sqlite::kReadWrite); }, 0,
+        ("[DB] Can't open database: " + missing + " (Retried 10 times)\n").c_str());
+    EXPECT_EQ(Sqlite::ApplyCommandSet(missing.c_str(), commands({"SELECT 1;"}).get()), 0);
+    EXPECT_EQ(Sqlite::ApplyCommandSet(file.c_str(), nullptr), 0);
+    openFilled();
+    EXPECT_EQ(db.Open(file.c_str(), 1), 1); // read-only now, the first connection closed
+    EXPECT_EQ(db.Commit(), 1);              // no transaction: nothing to end
+    ASSERT_EQ(db.TransactionStart(), 1);
+    EXPECT_EQ(db.Execute("DELETE FROM t;", 0), 0); // refused, and the connection closed
+    db.Open(file.c_str(), Sqlite::kReadWrite);
+    ASSERT_EQ(db.TransactionStart(), 1);
+    ASSERT_EQ(db.Execute("DELETE FROM t;", 0), 1);
+    EXPECT_EQ(db.Rollback(), 1);
+    EXPECT_EQ(RawConnection(file).count("t"), 2);
+    Table table;
+    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM missing;", table); }, 0,
+                              "[DB] Can't get database table(1): no such table: missing\n");
+    EXPECT_EQ(db.Execute("SELECT 1;", 0), 0); // the failure closed the connection
 }
