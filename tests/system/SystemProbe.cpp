@@ -71,7 +71,6 @@ int ctimeCheck(int count) {
         const bool ok = got == expected; // a second boundary between the reads is retried below
         std::printf("CTIME %s clock=%lld %s %s\n", got.c_str(), static_cast<long long>(now.tv_sec),
                     expected, ok ? "same" : "DIFFERENT");
-        std::fflush(stdout);
         delete t;
         if (!ok && now.tv_nsec < 999000000)
             ++bad;
@@ -126,7 +125,6 @@ long long check(const std::string& dir, long long reportedRows, long long& nextR
     sqlite3_close(db);
     std::printf("STATE cfg=%lld txt=%lld rows=%lld max=%lld integrity=%s\n", cfg, txt, rows, max,
                 integrity.c_str());
-    std::fflush(stdout);
     nextRow = max + 1;
     return (cfg > txt ? cfg : txt) + 1;
 }
@@ -157,7 +155,6 @@ int powercut(const std::string& dir, long long reportedRows, bool write) {
     if (!write)
         return 0;
     std::printf("WRITING\n");
-    std::fflush(stdout);
     FileProperty config(file.c_str());
     PlaneTextProperty text;
     const std::string textPath = dir + "/state.txt";
@@ -178,13 +175,13 @@ int powercut(const std::string& dir, long long reportedRows, bool write) {
                 0) == 1 &&
             db.Commit() == 1)
             std::printf("ROW %lld\n", row);
-        std::fflush(stdout);
     }
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // each report line goes out whole, at once
     const char* name = std::strrchr(argv[0], '/');
     if (std::strcmp(name ? name + 1 : argv[0], "ipcrm") == 0 && argc == 3 &&
         std::strcmp(argv[1], "-s") == 0)
