@@ -58,15 +58,21 @@ inline sockaddr_in loopback(int port) {
     return address;
 }
 
+// The port an IPv4 socket is bound to.
+inline int portOf(int fd) {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
+}
+
 // A port of 127.0.0.1 where nothing listens: `holder` keeps it bound (the
 // caller closes it), so connections to it are refused.
 inline int closedPort(int& holder) {
     holder = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = loopback(0);
-    socklen_t size = sizeof address;
-    bind(holder, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(holder, reinterpret_cast<sockaddr*>(&address), &size);
-    return ntohs(address.sin_port);
+    const sockaddr_in address = loopback(0);
+    bind(holder, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    return portOf(holder);
 }
 
 } // namespace NetTest

@@ -23,28 +23,19 @@ using NetTest::isOpen;
 using NetTest::text;
 using Vemlo::Net::NetException;
 
-namespace {
-
-// When set, connect() finishes the real handshake before it returns, so
-// that a non-blocking connect completes at once, as it may on other systems
-// (Linux always answers EINPROGRESS for TCP). Off, it is the plain call.
-std::atomic<bool> g_connectAtOnce{false};
-
-} // namespace
+// When set, connect() finishes the real handshake (to a listening server)
+// before it returns, so that a non-blocking connect completes at once, as it
+// may on other systems (Linux always answers EINPROGRESS for TCP). Off, it is
+// the plain call.
+static std::atomic<bool> g_connectAtOnce{false};
 
 extern "C" int connect(int fd, const struct sockaddr* address, socklen_t length) {
     using Connect = int (*)(int, const struct sockaddr*, socklen_t);
     static const Connect next = reinterpret_cast<Connect>(dlsym(RTLD_NEXT, "connect"));
     const int result = next(fd, address, length);
-    if (result != 0 && errno == EINPROGRESS && g_connectAtOnce) {
-        pollfd p{fd, POLLOUT, 0};
-        int error = 0;
-        socklen_t size = sizeof error;
-        if (poll(&p, 1, 5000) == 1 && getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 &&
-            error == 0)
-            return 0;
-        errno = error ? error : ETIMEDOUT;
-    }
+    pollfd p{fd, POLLOUT, 0};
+    if (result != 0 && errno == EINPROGRESS && g_connectAtOnce && poll(&p, 1, 5000) == 1)
+        return 0;
     return result;
 }
 
@@ -62,12 +53,7 @@ struct PairClient : NetTest::Open<Vemlo::Net::Socket::ClientBase> {
 };
 
 struct Server : NetTest::Open<Vemlo::Net::Socket::TCPServer> {
-    int port() {
-        sockaddr_in address{};
-        socklen_t size = sizeof address;
-        getsockname(fd(), reinterpret_cast<sockaddr*>(&address), &size);
-        return ntohs(address.sin_port);
-    }
+    int port() { return NetTest::portOf(fd()); }
 };
 using Client = NetTest::Open<Vemlo::Net::Socket::TCPClient>;
 using UDSClient = NetTest::Open<Vemlo::Net::Socket::UDSClient>;
