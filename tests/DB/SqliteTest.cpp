@@ -93,7 +93,7 @@ TEST_F(SqliteTest, OpensQueriesAndGivesEmptyTextForNull) {
     EXPECT_STREQ(setting->getCurrent()->getString(0), "3");
 }
 
-TEST_F(SqliteTest, BusyDatabaseIsRetriedThenClosed) {
+TEST_F(SqliteTest, BusyDatabaseIsRetriedThenClosedAndAFailedCommitKeepsItsTransaction) {
     VemloTest::SyslogSink sink;
     SYSLOG_SINK_OR_SKIP(sink);
     openFilled();
@@ -110,86 +110,21 @@ TEST_F(SqliteTest, BusyDatabaseIsRetriedThenClosed) {
     EXPECT_EQ(lines[10].text, "[ERROR] sqlite3_exec Error : 5");
     other.exec("COMMIT;");
     EXPECT_EQ(db.Execute("INSERT INTO t VALUES (9, 'x', 0);", 0), 0); // closed: no connection
-}
 
-TEST_F(SqliteTest, FailedCommitKeepsTheTransactionForALaterCommit) {
-    openFilled(1);
+    // Option 1 keeps the connection: a reader's shared lock blocks the commit
+    // for all 40 attempts, and the transaction is still there afterwards.
+    db.setOption(1);
+    db.Open(file.c_str(), Sqlite::kReadWrite);
     ASSERT_EQ(db.TransactionStart(), 1);
     ASSERT_EQ(db.Execute("INSERT INTO t VALUES (7, 'kept', 0);", 0), 1);
-
-    // A reader's shared lock blocks the commit for all 40 attempts.
-    RawConnection reader(file);
-    ASSERT_EQ(reader.exec("BEGIN; SELECT COUNT(*) FROM t;"), SQLITE_OK);
-    const auto start = Clock::now();
+    ASSERT_EQ(other.exec("BEGIN; SELECT COUNT(*) FROM t;"), SQLITE_OK);
+    start = Clock::now();
     EXPECT_EQ(db.Commit(), 0);
     EXPECT_GE(secondsSince(start), 40 * 0.2 - 0.1);
     EXPECT_LT(secondsSince(start), 30.0);
-    reader.exec("COMMIT;");
-
+    other.exec("COMMIT;");
     EXPECT_EQ(db.Commit(), 1); // the same transaction, committed now
-    EXPECT_EQ(reader.count("t"), 3);
-}
-
-// The children run in IPC namespaces of their own: the semaphore sets of the
-// log channels and rows go with them, also when they are killed.
-TEST_F(SqliteTest, NothingCommittedIsLostWhenTheProcessIsKilled) {
-    const int code = VemloTest::RunInChild(
-        [&] {
-            db.Open(file.c_str(), Sqlite::kReadWrite);
-            db.Execute("CREATE TABLE t (v INTEGER);", 0);
-            db.TransactionStart();
-            for (int i = 0; i < 100; ++i)
-                db.Execute("INSERT INTO t VALUES (1);", 0);
-            db.Commit();
-            db.TransactionStart();
-            for (int i = 0; i < 50; ++i)
-                db.Execute("INSERT INTO t VALUES (2);", 0);
-            raise(SIGKILL);
-            return 0;
-        },
-        true);
-    if (code == 77)
-        GTEST_SKIP() << "cannot create an IPC namespace here";
-    EXPECT_EQ(code, -1);
-    // All 100 committed rows (value 1), none of the 50 uncommitted ones.
-    EXPECT_EQ(RawConnection(file).count("t WHERE v = 1"), 100);
-    EXPECT_EQ(RawConnection(file).count("t"), 100);
-}
-
-TEST_F(SqliteTest, RowsPastTheSemaphoreLimitStillLoadWithoutTheirLock) {
-    const int code = VemloTest::RunInChild(
-        [&] {
-            // semmsl semmns semopm semmni: room for 40 sets, fewer than the rows.
-            if (!(std::ofstream("/proc/sys/kernel/sem") << "250 32000 32 40" << std::flush))
-                return 77;
-            Sqlite db;
-            db.Open(file.c_str(), Sqlite::kReadWrite);
-            db.Execute("CREATE TABLE t (id INTEGER, a TEXT);"
-                       "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
-                       "WHERE i < 300) INSERT INTO t SELECT i, 'row' || i FROM n;",
-                       0);
-            std::unique_ptr<Table> table(db.getTable("SELECT id, a FROM t ORDER BY id;", 0));
-            int rows = 0;
-            for (table->Reset(); table->MoveNext(); ++rows)
-                if (table->getCurrent()->getInt("id") != rows + 1 ||
-                    table->getCurrent()->getString("a") != "row" + std::to_string(rows + 1))
-                    break;
-            const int result = rows == 300 && table->getRowCount() == 300 ? 0 : 2;
-            db.Close(); // before the child's leak check
-            return result;
-        },
-        true);
-    if (code == 77)
-        GTEST_SKIP() << "cannot create an IPC namespace or lower its limit here";
-    EXPECT_EQ(code, 0);
-}
-
-TEST_F(SqliteTest, CorruptFileGivesTheExceptionNotACrash) {
-    std::ofstream(file, std::ios::binary) << std::string(8192, '\x5a');
-    db.setOption(1);
-    ASSERT_EQ(db.Open(file.c_str(), Sqlite::kReadWrite), 1); // SQLite reads lazily
-    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", 0); }, 0,
-                              "[DB] Can't get database table: file is not a database\n");
+    EXPECT_EQ(other.count("t"), 3);
 }
 
 TEST_F(SqliteTest, CommandSetsApplyInOrderWithoutATransactionAndBackupAppliesToTheCopy) {
@@ -211,7 +146,7 @@ TEST_F(SqliteTest, CommandSetsApplyInOrderWithoutATransactionAndBackupAppliesToT
     EXPECT_EQ(RawConnection(file).count("t"), 1); // the source is untouched
 }
 
-TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroAndATransactionRollsBack) {
+TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroNotACrashAndATransactionRollsBack) {
     // A folder that does not exist: ten attempts 0.2 s apart, then the exception.
     const std::string missing = dir.file("missing/x.db");
     ExpectThrown<DBException>(
@@ -233,4 +168,10 @@ TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroAndATransactionRollsBack) {
     ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM missing;", table); }, 0,
                               "[DB] Can't get database table(1): no such table: missing\n");
     EXPECT_EQ(db.Execute("SELECT 1;", 0), 0); // the failure closed the connection
+
+    std::ofstream(file, std::ios::binary) << std::string(8192, '\x5a'); // corrupt
+    db.setOption(1);
+    ASSERT_EQ(db.Open(file.c_str(), Sqlite::kReadWrite), 1); // SQLite reads lazily
+    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", 0); }, 0,
+                              "[DB] Can't get database table: file is not a database\n");
 }
