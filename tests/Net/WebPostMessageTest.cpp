@@ -79,21 +79,20 @@ TEST_F(WebPostMessageTest, RepliesGiveTheirTextAfterTheFirstBlankLineSpooledFrom
     for (int i = 1; i < 256; ++i)
         upToNul.push_back(static_cast<char>(i));
     const struct {
-        std::string path, body;
-        int result;
-        std::string out;
-        bool spooled;
+        std::string path, body, out;
+        int result, spoolNumbers; // 2: one taken by the exchange, which spooled
     } cases[] = {
-        {"/body/11", "a=1&b=two", 1, "abcdefghijk", false},
+        {"/body/11", "a=1&b=two", "abcdefghijk", 1, 1},
         // "\n\n" is looked for first, even inside headers that end in CR LF.
-        {"/split", "", 1, "X-Second: 2\r\n\r\nbody", false},
+        {"/split", "", "X-Second: 2\r\n\r\nbody", 1, 1},
         // Nothing after the blank line: 0, and `out` keeps what it had.
-        {"/body/0", "", 0, "kept", false},
-        {"/body/" + std::to_string(99999 - kHead), "k=v", 1, pattern(99999 - kHead), false},
-        {"/body/" + std::to_string(100000 - kHead), "", 1, pattern(100000 - kHead), true}, // full
-        {"/body/3000000", "", 1, pattern(3000000), true},
-        {"/binary/300000", "", 1, upToNul, true},
-        {"/close", std::string(8 * 1024 * 1024, 'q'), 0, "kept", false}, // the head read only
+        {"/body/0", "", "kept", 0, 1},
+        {"/body/" + std::to_string(99999 - kHead), "k=v", pattern(99999 - kHead), 1, 1},
+        {"/body/" + std::to_string(100000 - kHead), "", pattern(100000 - kHead), 1, 2}, // full
+        {"/body/3000000", "", pattern(3000000), 1, 2},
+        {"/binary/300000", "", upToNul, 1, 2},
+        // The server reads the head only and closes: the body cannot be sent.
+        {"/close", std::string(8 * 1024 * 1024, 'q'), "kept", 0, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.path);
@@ -101,7 +100,7 @@ TEST_F(WebPostMessageTest, RepliesGiveTheirTextAfterTheFirstBlankLineSpooledFrom
         String out("kept");
         EXPECT_EQ(post(c.path, &out, c.body.c_str()), c.result);
         EXPECT_TRUE(out.str() == c.out) << out.length();
-        EXPECT_EQ(takeSpoolNumber() - before, c.spooled ? 2 : 1);
+        EXPECT_EQ(takeSpoolNumber() - before, c.spoolNumbers);
     }
     HttpRequest request; // the first one, with bare line ends
     ASSERT_TRUE(peer.nextRequest(request));
@@ -126,12 +125,7 @@ TEST_F(WebPostMessageTest, UrlsAreSplitAndFailedExchangesGiveZero) {
     }
     PostObject fresh; // no receive buffer yet: nothing is read
     EXPECT_EQ(WebPostMessage::MessageReceive(&fresh), 0);
-    HttpPeer atOnce(true); // closes every connection at once
-    ASSERT_TRUE(atOnce.ready()) << atOnce.why();
-    const std::string big(8 * 1024 * 1024, 'q');
     String out("kept");
-    EXPECT_EQ(WebPostMessage::SimpleHTTPMethod(atOnce.url("/").c_str(), big.c_str(), "POST", &out),
-              0);
     int holder = -1;
     const std::string refused =
         "http://127.0.0.1:" + std::to_string(NetTest::closedPort(holder)) + "/x";
@@ -159,8 +153,8 @@ TEST_F(WebPostMessageTest, SpoolPathsComeFromTheConfiguration) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(WebPostMessage::GetTempFilePath(),
               "/home/temp/.webpost_" + std::to_string(first + 2));
-    const std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_NE(printed.find("error to get temp path \n"), std::string::npos) << printed;
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("error to get temp path \n"),
+              std::string::npos);
     // A folder that does not exist: the reply cannot be spooled, so 0.
     configure(folder() + "/missing/http");
     String out("kept");
@@ -233,7 +227,6 @@ TEST(WebPostMessageStepsTest, StepsExchangeOverASocketAndReportAVanishedPeer) {
     EXPECT_EQ(WebPostMessage::ConnectionClose(&post), 0);
     EXPECT_EQ(post.m_nSocket, -1);
     EXPECT_FALSE(NetTest::isOpen(pair[0]));
-    post.m_pRecvBuffer = nullptr; // the object does not free it
     EXPECT_EQ(WebPostMessage::HTTPPostMethod(nullptr), 0);
     EXPECT_EQ(WebPostMessage::ServerConnect(nullptr), 1001);
     EXPECT_EQ(WebPostMessage::MessageSend(nullptr), 2002);
