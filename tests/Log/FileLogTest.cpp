@@ -70,14 +70,24 @@ TEST(FileLogTest, FrameworkChannelsCarryTheProcessNameFromPs) {
 TEST(FileLogTest, SettingsFollowTheirRules) {
     FileLog log("/var/log/", "default");
     // Exact, case-sensitive names; anything else (null included) is DEBUG.
-    const std::pair<const char*, int> levels[] = {{"WARNING", 1}, {"warning", 3}, {nullptr, 3}};
+    const std::pair<const char*, int> levels[] = {{"ERROR", 0}, {"WARNING", 1}, {"INFO", 2},
+                                                  {"DEBUG", 3}, {"warning", 3}, {nullptr, 3}};
     for (const auto& l : levels) {
-        log.setLevel("INFO");
+        log.setLevel(7); // any number is taken as it is
+        EXPECT_EQ(log.getLevel(), 7);
         log.setLevel(l.first);
         EXPECT_EQ(log.getLevel(), l.second) << (l.first ? l.first : "(null)");
     }
     log.setBackupRange(30); // only 1 to 29 are taken
     EXPECT_EQ(log.getBackupRange(), 10);
+    log.setBackupRange(29);
+    EXPECT_EQ(log.getBackupRange(), 29);
+    // There is no file: opening and closing succeed doing nothing. The time is
+    // "hh:mm:ss:mmm".
+    EXPECT_EQ(log.OpenLog("/var/log/x"), 0);
+    EXPECT_EQ(log.CloseLog(), 0);
+    EXPECT_TRUE(std::regex_match(log.getTimeInfo(), std::regex(R"(\d\d:\d\d:\d\d:\d{3})")))
+        << log.getTimeInfo();
     FileLog copy(log); // a copy owns a mutex of its own
     EXPECT_NE(copy.getMutex(), log.getMutex());
 }
