@@ -38,6 +38,8 @@ TEST_F(LoggerTest, HandsOutOneChannelPerNameWithTheConfiguredLevel) {
     EXPECT_EQ(log->getLevel(), 2);
     EXPECT_EQ(log->getBackupRange(), 10); // the configured range is read, not applied
     EXPECT_EQ(std::string(log->getDirectory()), s_config->workingDirectory() + "/Vemlo/Log/");
+    EXPECT_EQ(std::string(logger->getDefaultLog()->getName()), "default");
+    EXPECT_EQ(std::string(logger->getCommunicationLog()->getName()), "communication");
 
     // Generating again replaces the table's channel; the earlier one is the
     // caller's to delete.

@@ -151,7 +151,7 @@ TEST(ClientBaseTest, SendingToAVanishedPeerThrowsTheBaseExceptionFromUnitSendOnl
     EXPECT_TRUE(isOpen(client.pair[0]));           // the socket stays open
 }
 
-TEST_F(TCPClientTest, ClientAndServerTalkBothWaysThroughPartialSends) {
+TEST_F(TCPClientTest, ClientAndServerTalkBothWaysAndAnImmediateConnectIsFailMinus) {
     ASSERT_EQ(server.Listen(4), 0);
     // The integer is ignored; a name resolves as well as a dotted address.
     ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
@@ -159,9 +159,23 @@ TEST_F(TCPClientTest, ClientAndServerTalkBothWaysThroughPartialSends) {
     const int accepted = server.Accept(nullptr);
     ASSERT_GT(accepted, 0);
     talkBothWays(client, accepted); // (a peer that goes mid-send is the base client's)
+
+    g_connectAtOnce = true;
+    VemloTest::ExpectThrown<NetException>(
+        [&] { client.Connect(text("127.0.0.1"), 0, server.port()); }, 1004,
+        "cannot connect to server: fail-");
+    g_connectAtOnce = false;
+    // The connected socket stays in the object, blocking again, and works.
+    ASSERT_GT(client.fd(), 0);
+    const int second = server.Accept(nullptr);
+    ASSERT_GT(second, 0);
+    EXPECT_EQ(client.Send(text("ping"), 4), 4);
+    char buffer[8] = {0};
+    EXPECT_EQ(recv(second, buffer, sizeof buffer, 0), 4);
+    close(second);
 }
 
-TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndLeaveNoDescriptor) {
+TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndTheServerClosesAnyDescriptorButZero) {
     int holder = -1;
     const int refusing = NetTest::closedPort(holder);
     VemloTest::ExpectThrown<NetException>([&] { client.Connect(text("127.0.0.1"), 0, refusing); },
@@ -190,23 +204,23 @@ TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndLeaveNoDescriptor) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
     for (int fd : fillers)
         close(fd);
-}
 
-TEST_F(TCPClientTest, AnImmediateConnectIsFailMinusWithTheSocketKept) {
-    ASSERT_EQ(server.Listen(2), 0);
-    g_connectAtOnce = true;
-    VemloTest::ExpectThrown<NetException>(
-        [&] { client.Connect(text("127.0.0.1"), 0, server.port()); }, 1004,
-        "cannot connect to server: fail-");
-    g_connectAtOnce = false;
-    // The connected socket stays in the object, blocking again, and works.
-    ASSERT_GT(client.fd(), 0);
-    const int first = server.Accept(nullptr);
-    ASSERT_GT(first, 0);
-    EXPECT_EQ(client.Send(text("ping"), 4), 4);
-    char buffer[8] = {0};
-    EXPECT_EQ(recv(first, buffer, sizeof buffer, 0), 4);
-    close(first);
+    // Unlike the client, the server closes negative descriptors too.
+    close(server.fd());
+    server.fd() = -1; // a failed socket()
+    errno = 0;
+    EXPECT_EQ(server.Close(), -1);
+    EXPECT_EQ(errno, EBADF);
+    EXPECT_EQ(server.fd(), 0);
+    // Its destructor closes what Close would, and leaves descriptor 0 alone.
+    const int bound = [] {
+        Server other;
+        other.Bind(0, text("127.0.0.1"));
+        return other.fd();
+    }();
+    EXPECT_FALSE(NetTest::isOpen(bound));
+    { Server unused; }
+    EXPECT_TRUE(NetTest::isOpen(0));
 }
 
 // select() cannot watch a descriptor from FD_SETSIZE on: such a socket still
@@ -228,24 +242,6 @@ TEST_F(TCPClientTest, ASocketPastTheSelectLimitConnects) {
     EXPECT_EQ(connected, 0);
     EXPECT_EQ(client.fd(), FD_SETSIZE);
     close(server.Accept(nullptr));
-}
-
-TEST_F(TCPClientTest, UnlikeTheClientTheServerClosesNegativeDescriptors) {
-    close(server.fd());
-    server.fd() = -1; // a failed socket()
-    errno = 0;
-    EXPECT_EQ(server.Close(), -1);
-    EXPECT_EQ(errno, EBADF);
-    EXPECT_EQ(server.fd(), 0);
-    // Its destructor closes what Close would, and leaves descriptor 0 alone.
-    const int bound = [] {
-        Server other;
-        other.Bind(0, text("127.0.0.1"));
-        return other.fd();
-    }();
-    EXPECT_FALSE(NetTest::isOpen(bound));
-    { Server unused; }
-    EXPECT_TRUE(NetTest::isOpen(0));
 }
 
 TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCannotConnect) {
