@@ -144,6 +144,8 @@ TEST_F(SqliteTest, CommandSetsApplyInOrderWithoutATransactionAndBackupAppliesToT
               1);
     EXPECT_EQ(RawConnection(copy).count("t"), 2);
     EXPECT_EQ(RawConnection(file).count("t"), 1); // the source is untouched
+    // Any output of cp counts as its failure (here the copy is made and named).
+    EXPECT_EQ(Sqlite::Backup(("-v " + file).c_str(), copy.c_str(), nullptr), 0);
 }
 
 TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroNotACrashAndATransactionRollsBack) {
