@@ -28,10 +28,10 @@ const size_t kHead = 94; // the size of every head the Python peer sends
 
 // 'a' + i % 26, the body the Python peer sends.
 std::string pattern(size_t n) {
-    std::string s(n, 'a');
-    for (size_t i = 0; i < n; ++i)
-        s[i] = static_cast<char>('a' + i % 26);
-    return s;
+    std::string s;
+    while (s.size() < n)
+        s += "abcdefghijklmnopqrstuvwxyz";
+    return s.substr(0, n);
 }
 
 size_t entries(const std::string& folder, const std::string& prefix = "") {

@@ -28,13 +28,12 @@ std::string fromHex(const std::string& hex) {
 
 } // namespace
 
-HttpPeer::HttpPeer(bool closeAtOnce) {
+HttpPeer::HttpPeer() {
     // The child's arguments and environment are made before fork(): other
     // threads may hold the allocator's lock. An emulated target's loader
     // settings are left out of the host program's environment.
-    std::string script = VEMLO_TEST_SUPPORT_DIR "/http_peer.py", option = "--close-at-once";
-    std::vector<char*> argv{const_cast<char*>("python3"), &script[0],
-                            closeAtOnce ? &option[0] : nullptr, nullptr};
+    std::string script = VEMLO_TEST_SUPPORT_DIR "/http_peer.py";
+    std::vector<char*> argv{const_cast<char*>("python3"), &script[0], nullptr};
     std::vector<char*> envp;
     for (char** e = environ; *e; ++e)
         if (std::strncmp(*e, "LD_LIBRARY_PATH=", 16) != 0 &&
@@ -68,10 +67,6 @@ HttpPeer::~HttpPeer() {
     stop();
     if (m_out >= 0)
         close(m_out);
-}
-
-std::string HttpPeer::url(const std::string& path) const {
-    return "http://127.0.0.1:" + std::to_string(m_port) + path;
 }
 
 bool HttpPeer::readLine(std::string& line, std::chrono::milliseconds limit) {

@@ -26,9 +26,8 @@ struct HttpRequest {
 
 class HttpPeer {
 public:
-    // `closeAtOnce`: every connection is closed as soon as it is accepted.
     // Waits at most 20 seconds for the server's port.
-    explicit HttpPeer(bool closeAtOnce = false);
+    HttpPeer();
     ~HttpPeer();
     HttpPeer(const HttpPeer&) = delete;
     HttpPeer& operator=(const HttpPeer&) = delete;
@@ -37,8 +36,9 @@ public:
     bool ready() const { return m_port > 0; }
     const std::string& why() const { return m_why; }
     int port() const { return m_port; }
-    // "http://127.0.0.1:<port><path>"
-    std::string url(const std::string& path) const;
+    std::string url(const std::string& path) const {
+        return "http://127.0.0.1:" + std::to_string(m_port) + path;
+    }
     // The next request the server reported, waiting at most `limit`.
     bool nextRequest(HttpRequest& out, std::chrono::milliseconds limit = std::chrono::seconds(10));
     // Kills the server (SIGKILL) and reaps it; harmless twice.
