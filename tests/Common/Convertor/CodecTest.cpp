@@ -313,16 +313,13 @@ TEST(Base64Test, DecodeStopsAtNulOrPaddingAndSkipsOtherCharacters) {
     EXPECT_EQ(Base64::_base64_decode(text, 4, nullptr), -1);
 }
 
-TEST(Base64CTest, EncodeBreaksLinesAfterEvery80Characters) {
+// Lines of 80 characters: the break follows a full line even at the very
+// end, padded or not; decoding skips the breaks and stops at other characters.
+TEST(Base64CTest, LinesOf80CharactersBothWays) {
     Base64C codec;
     const std::string line(80, 'A');
-    // The break follows a full line even at the very end, padded or not.
     EXPECT_EQ(EncodeC(codec, Bytes(60, 0)), line + "\r\n");
     EXPECT_EQ(EncodeC(codec, Bytes(121, 0)), line + "\r\n" + line + "\r\nAA==");
-}
-
-TEST(Base64CTest, DecodeSkipsLineBreaksAndStopsAtOtherCharacters) {
-    Base64C codec;
     EXPECT_EQ(DecodeC(codec, "TW\r\nFu\r\nTWE="), "ManMa"); // also within a group
     EXPECT_EQ(DecodeC(codec, "TW-Fu"), "M");                // stops at '-', partial group "TW"
     EXPECT_EQ(DecodeC(codec, "TWFuTWFu", 6), "ManM");       // at most len characters
@@ -366,9 +363,14 @@ TEST(Base64OpenSslTest, CodecsAgreeWithEvpEncodeAndDecodeBlock) {
 
 // Each test runs in its own process, so this one sees the flag as it starts.
 // The CRC catalogue's check values over "123456789" (CRC-32/ISO-HDLC,
-// CRC-16/KERMIT); no buffer gives the previous value, 0 for CRC16.
-TEST(CRC32Test, CheckValuesAndTheTableRebuiltOnFirstUse) {
-    const unsigned char check[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
+// CRC-16/KERMIT); no buffer gives the previous value, 0 for CRC16. Then both
+// against their definition, a bit at a time (reflected; CRC32 inverts the
+// register before and after), from random start values, at every length up
+// to several of CRC32's 64-byte blocks and at every alignment.
+TEST(CRC32Test, CheckValuesTheTableRebuiltOnFirstUseAndTheBitwiseDefinition) {
+    std::mt19937 rng(16);
+    const Bytes data = RandomBytes(rng, 608);
+    const unsigned char check[] = "123456789";
     EXPECT_EQ(CRC32::bFlag, 1);
     CRC32::crc_table[1] = 0; // the rebuild restores it
     EXPECT_EQ(CRC32::crc32(0, check, 9), 0xCBF43926ul);
@@ -377,12 +379,7 @@ TEST(CRC32Test, CheckValuesAndTheTableRebuiltOnFirstUse) {
     EXPECT_EQ(CRC16::crc16(check, 9), 0x2189u);
     EXPECT_EQ(CRC32::crc32(0xCBF43926ul, nullptr, 9), 0xCBF43926ul);
     EXPECT_EQ(CRC16::crc16(nullptr, 9), 0u);
-}
 
-// Both against their definition, a bit at a time (reflected; CRC32 inverts
-// the register before and after), from random start values, at every length
-// up to several of CRC32's 64-byte blocks and at every alignment.
-TEST(CRC32Test, BothFollowTheBitwiseDefinitionAtEveryLengthAndAlignment) {
     auto bitwise = [](unsigned long c, unsigned long poly, const unsigned char* data, size_t n) {
         for (size_t i = 0; i < n; ++i) {
             c ^= data[i];
@@ -391,8 +388,6 @@ TEST(CRC32Test, BothFollowTheBitwiseDefinitionAtEveryLengthAndAlignment) {
         }
         return c;
     };
-    std::mt19937 rng(16);
-    const Bytes data = RandomBytes(rng, 608);
     for (size_t offset = 0; offset < 8; ++offset)
         for (unsigned int length = 0; length < 600; ++length) {
             const unsigned char* p = data.data() + offset;

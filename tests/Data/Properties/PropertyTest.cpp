@@ -60,7 +60,6 @@ using XmlPropertyTest = FilePropertyTest;
 
 TEST_F(PlaneTextPropertyTest, NewEmptyAndUnmarkedFiles) {
     PlaneTextProperty p;
-    printed();
     EXPECT_EQ(p.Load(path.c_str()), 0);
     EXPECT_EQ(printed(), "PlanText Property :: IsValidate Start \n");
     EXPECT_EQ(ReadFile(path), kNewFile);
@@ -135,7 +134,6 @@ TEST_F(PlaneTextPropertyTest, UpdateRewritesEveryEntryInTableOrder) {
 
 TEST_F(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     XmlProperty created;
-    printed();
     EXPECT_EQ(created.Load(path.c_str()), 0);
     EXPECT_EQ(printed(), "xml property file [" + path + "] does not exist \n");
     EXPECT_EQ(ReadFile(path), "<FileProperty></FileProperty>");
@@ -180,20 +178,6 @@ TEST_F(XmlPropertyTest, UpdateWritesWhatLoadsBackAndReportsTheRest) {
     EXPECT_EQ(ReadFile(path), "\n<FileProperty>\n<Base>\n<Log>\n<Level>5</Level>\n</Log>\n<Http>"
                               "\n<TempPath>/tmp/x</TempPath>\n</Http>\n</Base>\n<A>1</A>\n<Good>2"
                               "</Good>\n<Object></Object>\n</FileProperty>");
-}
-
-TEST_F(FilePropertyTest, BuilderPicksTheFormatByCode) {
-    std::unique_ptr<Property> xml(
-        PropertyBuilder::BuildProperty(dir.file("new.xml").c_str(), 6301));
-    EXPECT_NE(dynamic_cast<XmlProperty*>(xml.get()), nullptr); // a new XML file is accepted at once
-
-    // Any other code is plain text; its first build of a new file gives null
-    // (the file has been created meanwhile), the next one the loaded set.
-    const std::string text = dir.file("new.txt");
-    EXPECT_EQ(PropertyBuilder::BuildProperty(text.c_str(), 0), nullptr);
-    std::unique_ptr<Property> plain(PropertyBuilder::BuildProperty(text.c_str(), 6300));
-    ASSERT_NE(dynamic_cast<PlaneTextProperty*>(plain.get()), nullptr);
-    EXPECT_STREQ(plain->getValue("Comment"), "Trimlo Configuration File");
 }
 
 TEST_F(FilePropertyTest, PrefixAppliesToReadsOnly) {
