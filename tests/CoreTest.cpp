@@ -94,19 +94,6 @@ static std::string parts(Version& v) {
     return out + " (" + std::to_string(v.getCount()) + ")";
 }
 
-TEST(VersionTest, NeitherInvalidTextsNorAssignmentClearComponents) {
-    for (const char* bad : {".1", "1.", "1..2", "1.a"})
-        EXPECT_EQ(Version::isValidFormat(bad), 0) << bad;
-    Version v("1.2.3.4");
-    v = "1.a"; // changes nothing
-    EXPECT_STREQ(v.getVersion(), "1.2.3.4");
-    v = "5.6"; // as setVersion
-    EXPECT_EQ(parts(v), "5.6.3.4 (4)");
-    Version other("9");
-    other = v; // the text only
-    EXPECT_EQ(other.getVersion() + (" " + parts(other)), "5.6 9 (1)");
-}
-
 TEST(VersionTest, ComparesNumericallyOnlyWithEqualComponentCounts) {
     const struct {
         const char *left, *right;
@@ -125,7 +112,19 @@ TEST(VersionTest, ComparesNumericallyOnlyWithEqualComponentCounts) {
     }
 }
 
-TEST(VersionTest, SettersFillMissingComponentsWithZeroAndLeaveTheText) {
+// Invalid texts change nothing; valid ones and the setters keep the components
+// the text has not got, the setters filling missing ones with zero.
+TEST(VersionTest, SettersAndAssignmentKeepComponentsAndInvalidTextsChangeNothing) {
+    for (const char* bad : {".1", "1.", "1..2", "1.a"})
+        EXPECT_EQ(Version::isValidFormat(bad), 0) << bad;
+    Version assigned("1.2.3.4");
+    assigned = "1.a"; // changes nothing
+    EXPECT_STREQ(assigned.getVersion(), "1.2.3.4");
+    assigned = "5.6"; // as setVersion
+    EXPECT_EQ(parts(assigned), "5.6.3.4 (4)");
+    Version other("9");
+    other = assigned; // the text only
+    EXPECT_EQ(other.getVersion() + (" " + parts(other)), "5.6 9 (1)");
     Version empty, none, one("1"), v, two("1.2"), twoBuilt("1.2");
     empty.setBuildNumber("9");
     none.setReleasePatchVersion("5");

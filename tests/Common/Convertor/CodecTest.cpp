@@ -113,20 +113,7 @@ TEST(AesTest, CbcAndSingleBlocksMatchSp80038aForEveryKeySize) {
     }
 }
 
-TEST(AesTest, KeySetupRejectsNullsAndOtherSizes) {
-    const Bytes key(32, 0x11);
-    AES_KEY k{};
-    k.rounds = 77;
-    EXPECT_EQ(Aes::AESSetDecryptKey(key.data(), 64, &k), -2);
-    EXPECT_EQ(Aes::AESSetEncryptKey(nullptr, 160, &k), -1); // nulls are checked first
-    EXPECT_EQ(k.rounds, 77);
-    // A record that was never set up is not used.
-    unsigned char block[16] = {1, 2, 3}, out[16] = {};
-    Aes::AESEncrypt(block, out, &k);
-    EXPECT_EQ(ToHex(out, 16), std::string(32, '0'));
-}
-
-TEST(AesTest, CbcPartialBlockIsZeroPaddedAndLengthZeroChangesNothing) {
+TEST(AesTest, CbcPartialBlockIsZeroPaddedAndKeySetupRejectsNullsAndOtherSizes) {
     const AES_KEY ek = Key(kSpKey, true), dk = Key(kSpKey, false);
     const Bytes plain = FromHex(std::string(kSpPlain).substr(0, 40)); // 20 bytes
     Bytes padded = plain;
@@ -146,6 +133,18 @@ TEST(AesTest, CbcPartialBlockIsZeroPaddedAndLengthZeroChangesNothing) {
     Aes::AESCbcEncrypt(plain.data(), out.data(), 0, &dk, iv.data(), AES_DECRYPT_);
     EXPECT_EQ(ToHex(out.data(), 20), ToHex(plain));
     EXPECT_EQ(ToHex(iv), ToHex(expected.data() + 16, 16));
+
+    // Key setup rejects nulls and other sizes.
+    const Bytes key(32, 0x11);
+    AES_KEY k{};
+    k.rounds = 77;
+    EXPECT_EQ(Aes::AESSetDecryptKey(key.data(), 64, &k), -2);
+    EXPECT_EQ(Aes::AESSetEncryptKey(nullptr, 160, &k), -1); // nulls are checked first
+    EXPECT_EQ(k.rounds, 77);
+    // A record that was never set up is not used.
+    unsigned char block[16] = {1, 2, 3}, cipher[16] = {};
+    Aes::AESEncrypt(block, cipher, &k);
+    EXPECT_EQ(ToHex(cipher, 16), std::string(32, '0'));
 }
 
 TEST(AesDeathTest, CbcBadArgumentsAbortWithTheAssertionText) {
@@ -178,7 +177,7 @@ Bytes EncryptOne(RijnDaelEx& r, const unsigned char* block) {
 
 } // namespace
 
-// FIPS-197 appendix C.1.
+// FIPS-197 appendix C.1 (the key is 000102...0f).
 TEST(RijnDaelExTest, WithoutAKeyGivesZerosAndANullKeyOrLengthIsIgnored) {
     RijnDaelEx r;
     Bytes block = FromHex("00112233445566778899aabbccddeeff"), out(16, 0x55);
