@@ -1,7 +1,7 @@
 //===- Data/Properties/PropertyTest.cpp - Property sets and their files ---===//
 //
-// Plain-text (key=value;) and XML property files, the builder that picks the
-// format and the FileProperty wrapper, on real files in a temporary folder.
+// Plain-text (key=value;) and XML property files and the FileProperty wrapper,
+// on real files in a temporary folder, and the property manager's folder path.
 //
 //===----------------------------------------------------------------------===//
 #include "support/TestConfig.h"
@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 using namespace Vemlo::Data::Properties;
+using Vemlo::Config::ConfigurationManager;
 using VemloTest::ExpectThrown;
 using VemloTest::ReadFile;
 using VemloTest::TempDir;
@@ -31,6 +32,34 @@ Property* newSet(bool xml) {
 size_t entries(const std::string& folder) {
     const std::filesystem::directory_iterator all(folder);
     return static_cast<size_t>(std::distance(begin(all), end(all)));
+}
+
+class OtherManager : public PropertyManager {
+public:
+    OtherManager() { m_sFolderName = "First"; }
+    IProperty* BuildProperty(const char*, int) override { return nullptr; }
+};
+
+// Leaves bytes other than 0 on the stack below the caller, where the buffers
+// of the next call will lie: a buffer used without clearing shows.
+__attribute__((noinline)) void dirtyStack() {
+    volatile char junk[16384];
+    for (auto& c : junk)
+        c = 'x';
+}
+
+// Whether, in a fresh child process, the folder path after `setup` is
+// `expected`; the manager goes before the child ends, so no semaphore set is
+// left.
+template <class Setup> int folderPathIs(const char* expected, Setup setup) {
+    return VemloTest::RunInChild([&] {
+        setup();
+        ConfigurationManager* manager = ConfigurationManager::GetManager();
+        dirtyStack();
+        const bool same = manager->getFolderPath() == expected;
+        ConfigurationManager::DestroyManager();
+        return same ? 0 : 1;
+    });
 }
 
 } // namespace
@@ -282,4 +311,19 @@ TEST_F(FilePropertyTest, FailedUpdateLeavesTheOldFileAndNoTemporaryFile) {
         EXPECT_EQ(ReadFile(file), old);
         EXPECT_EQ(entries(folder.path()), 1u);
     }
+}
+
+// The folder path is computed once per process: every case computes it in a
+// child process of its own, and this program never computes it itself.
+// The first manager and the environment of that moment decide for every
+// later manager.
+TEST(PropertyManagerFolderTest, ComputedOnceFromTheWorkingDirectory) {
+    EXPECT_EQ(folderPathIs("/Vemlo/Conf/", [] { unsetenv("VEMLO_WORKING_DIRECTORY"); }), 0);
+    EXPECT_EQ(folderPathIs("/first/Vemlo/First/",
+                           [] {
+                               setenv("VEMLO_WORKING_DIRECTORY", "/first", 1);
+                               OtherManager().getFolderPath();
+                               setenv("VEMLO_WORKING_DIRECTORY", "/second", 1);
+                           }),
+              0);
 }
