@@ -177,20 +177,6 @@ Bytes EncryptOne(RijnDaelEx& r, const unsigned char* block) {
 
 } // namespace
 
-// FIPS-197 appendix C.1 (the key is 000102...0f).
-TEST(RijnDaelExTest, WithoutAKeyGivesZerosAndANullKeyOrLengthIsIgnored) {
-    RijnDaelEx r;
-    Bytes block = FromHex("00112233445566778899aabbccddeeff"), out(16, 0x55);
-    EXPECT_EQ(ToHex(EncryptOne(r, block.data())), std::string(32, '0')); // never the plaintext
-    r.SetKey(chars(FromHex(kSpIv)));
-    r.SetKey(nullptr);
-    EXPECT_EQ(ToHex(EncryptOne(r, block.data())), "69c4e0d86a7b0430d8cdb78070b4c55a");
-    EXPECT_EQ(r.Dec(chars(block), chars(out), -5), 1); // nothing to do
-    r.EncBlock(nullptr, chars(out));
-    r.DecBlock(chars(block), nullptr);
-    EXPECT_EQ(out, Bytes(16, 0x55));
-}
-
 // Enc is Aes with a 128-bit key (checked above) block by block, for random
 // keys; it copies a tail of under 16 bytes as it is, and Dec, in place,
 // undoes it.
@@ -213,10 +199,23 @@ TEST(RijnDaelExTest, EncIsAes128ByBlockAndCopiesTheTail) {
     }
 }
 
-TEST(RijnDaelExTest, SetKeysAndStaticHelpersRotateKeysOverTheArray) {
+// Without a key a block enciphers to zeros, never the plaintext; a null key,
+// length or buffer is ignored; FIPS-197 appendix C.1 (key 000102...0f). Then
+// SetKeys and the static helpers rotate the keys over an array of objects.
+TEST(RijnDaelExTest, Fips197NullArgumentsAndKeysRotatedOverTheArray) {
+    RijnDaelEx objects[3];
+    Bytes block = FromHex("00112233445566778899aabbccddeeff"), untouched(16, 0x55);
+    EXPECT_EQ(ToHex(EncryptOne(objects[0], block.data())), std::string(32, '0'));
+    objects[0].SetKey(chars(FromHex(kSpIv)));
+    objects[0].SetKey(nullptr);
+    EXPECT_EQ(ToHex(EncryptOne(objects[0], block.data())), "69c4e0d86a7b0430d8cdb78070b4c55a");
+    EXPECT_EQ(objects[0].Dec(chars(block), chars(untouched), -5), 1); // nothing to do
+    objects[0].EncBlock(nullptr, chars(untouched));
+    objects[0].DecBlock(chars(block), nullptr);
+    EXPECT_EQ(untouched, Bytes(16, 0x55));
+
     std::mt19937 rng(12);
     const Bytes keys = RandomBytes(rng, 48);
-    RijnDaelEx objects[3];
     // One key per object, or nothing is set; a remainder is ignored.
     EXPECT_EQ(RijnDaelEx::SetKeys(objects, 3, chars(keys), 40), 0);
     EXPECT_EQ(KeyHex(objects[2]), std::string(32, '0')); // as constructed

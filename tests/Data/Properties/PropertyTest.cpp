@@ -87,7 +87,9 @@ protected:
 using PlaneTextPropertyTest = FilePropertyTest;
 using XmlPropertyTest = FilePropertyTest;
 
-TEST_F(PlaneTextPropertyTest, NewEmptyAndUnmarkedFiles) {
+// New and empty files are created with a comment line; only a file whose first
+// line holds a '#' is read, line by line.
+TEST_F(PlaneTextPropertyTest, NewEmptyAndUnmarkedFilesAndLineRules) {
     PlaneTextProperty p;
     EXPECT_EQ(p.Load(path.c_str()), 0);
     EXPECT_EQ(printed(), "PlanText Property :: IsValidate Start \n");
@@ -104,9 +106,7 @@ TEST_F(PlaneTextPropertyTest, NewEmptyAndUnmarkedFiles) {
     const std::string nowhere = dir.file("no/such/folder");
     ExpectThrown<PropertyException>([&] { p.IsValidate(nowhere.c_str()); }, 0,
                                     ("cannot open file [" + nowhere + "]").c_str());
-}
 
-TEST_F(PlaneTextPropertyTest, LineRulesLongLinesAndNumbers) {
     // A line longer than the 2000-byte buffer is read as pieces of 1999 bytes,
     // each parsed as a line: the first has no ';', the second is an entry.
     const std::string longLine = "big=" + std::string(1995, 'v') + "tail=x;\n";
@@ -115,7 +115,6 @@ TEST_F(PlaneTextPropertyTest, LineRulesLongLinesAndNumbers) {
         "# header\nmulti=a;b;\na = b;\r\n" + std::string(256, 'k') +
             "=v;\nnoted=v; # note\nn=12abc;\nhuge=99999999999;\ntiny=-99999999999;\nd=2.5x;\n" +
             longLine);
-    PlaneTextProperty p;
     ASSERT_EQ(p.Load(path.c_str()), 0);
     EXPECT_STREQ(p.getValue("multi"), "a");
     EXPECT_STREQ(p.getValue("a "), " b");                             // nothing is trimmed
