@@ -9,6 +9,7 @@
 #include "support/VemloTest.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <random>
 
@@ -31,15 +32,12 @@ Bytes FromHex(const std::string& hex) {
     return out;
 }
 
-std::string ToHex(const unsigned char* data, size_t length) {
+// The bytes of `data` from `from`, at most `length` of them, in hex.
+std::string ToHex(const Bytes& data, size_t from = 0, size_t length = SIZE_MAX) {
     std::string out;
-    for (size_t i = 0; i < length; ++i)
+    for (size_t i = from; i < data.size() && i - from < length; ++i)
         out += {"0123456789abcdef"[data[i] >> 4], "0123456789abcdef"[data[i] & 0x0f]};
     return out;
-}
-
-std::string ToHex(const Bytes& data) {
-    return ToHex(data.data(), data.size());
 }
 
 // The text of a malloc'ed result (which must not be null), freed.
@@ -129,10 +127,10 @@ TEST(AesTest, CbcPartialBlockIsZeroPaddedAndKeySetupRejectsNullsAndOtherSizes) {
     // bytes; length 0 changes neither the output nor the vector.
     iv = FromHex(kSpIv);
     Aes::AESCbcEncrypt(out.data(), out.data(), 20, &dk, iv.data(), AES_DECRYPT_);
-    EXPECT_EQ(ToHex(out.data(), 21), ToHex(plain) + ToHex(expected.data() + 20, 1));
+    EXPECT_EQ(ToHex(out, 0, 21), ToHex(plain) + ToHex(expected, 20, 1));
     Aes::AESCbcEncrypt(plain.data(), out.data(), 0, &dk, iv.data(), AES_DECRYPT_);
-    EXPECT_EQ(ToHex(out.data(), 20), ToHex(plain));
-    EXPECT_EQ(ToHex(iv), ToHex(expected.data() + 16, 16));
+    EXPECT_EQ(ToHex(out, 0, 20), ToHex(plain));
+    EXPECT_EQ(ToHex(iv), ToHex(expected, 16, 16));
 
     // Key setup rejects nulls and other sizes.
     const Bytes key(32, 0x11);
@@ -142,9 +140,9 @@ TEST(AesTest, CbcPartialBlockIsZeroPaddedAndKeySetupRejectsNullsAndOtherSizes) {
     EXPECT_EQ(Aes::AESSetEncryptKey(nullptr, 160, &k), -1); // nulls are checked first
     EXPECT_EQ(k.rounds, 77);
     // A record that was never set up is not used.
-    unsigned char block[16] = {1, 2, 3}, cipher[16] = {};
-    Aes::AESEncrypt(block, cipher, &k);
-    EXPECT_EQ(ToHex(cipher, 16), std::string(32, '0'));
+    Bytes block(16, 1), cipher(16);
+    Aes::AESEncrypt(block.data(), cipher.data(), &k);
+    EXPECT_EQ(cipher, Bytes(16));
 }
 
 TEST(AesDeathTest, CbcBadArgumentsAbortWithTheAssertionText) {
@@ -166,7 +164,8 @@ char* chars(Bytes& b) {
     return reinterpret_cast<char*>(b.data());
 }
 std::string KeyHex(RijnDaelEx& r) {
-    return ToHex(reinterpret_cast<unsigned char*>(r.getKey()), 16);
+    const auto* key = reinterpret_cast<unsigned char*>(r.getKey());
+    return ToHex(Bytes(key, key + 16));
 }
 
 Bytes EncryptOne(RijnDaelEx& r, const unsigned char* block) {
