@@ -163,8 +163,9 @@ TEST(TableTest, WalksItsOwnRowsAndReadsCellsByColumnNameLeniently) {
     }
     EXPECT_TRUE(table.addRow(row));
     EXPECT_FALSE(table.addRow(nullptr));
-    EXPECT_EQ((std::vector<bool>{table.MoveNext(), table.MoveNext()}),
-              (std::vector<bool>{true, false}));
+    EXPECT_EQ(
+        (std::vector<bool>{table.MoveNext(), table.MoveNext(), (table.Reset(), table.MoveNext())}),
+        (std::vector<bool>{true, false, true}));
     EXPECT_EQ(table.getCurrent(), row); // on the last row, and stays there
     // Adding a known column again keeps its position.
     EXPECT_TRUE(table.addColumn("a"));

@@ -77,6 +77,8 @@ TEST(NodeTest, SearchesArePreOrderDropHandsTheChildOverAndRemoveDeletesIt) {
     root->addAttribute(new Attribute("k", "2"));
     EXPECT_EQ(root->removeAttributeByName("k"), 1); // the first only, not deleted
     EXPECT_STREQ(root->getAttributeByName("k")->getValue(), "2");
+    EXPECT_EQ(first->setName("n") + first->setValue("v"), 2);
+    EXPECT_STREQ(first->getOuterXml(), "n=\"v\"");
     delete first;
     // Bad indexes and null arguments give 0 (a search without a list, 1).
     EXPECT_EQ((std::vector<int>{root->removeAttribute(1), root->removeAttribute(0),
