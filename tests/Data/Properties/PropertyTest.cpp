@@ -148,11 +148,10 @@ TEST_F(PlaneTextPropertyTest, UpdateRewritesEveryEntryInTableOrder) {
     EXPECT_NE(p.Update(nullptr), 0); // a status, not an exception
 
     // A file name beginning with '-' is not taken for an option of mv.
-    char* previous = getcwd(nullptr, 0);
-    ASSERT_EQ(chdir(dir.path().c_str()), 0);
+    const fs::path previous = fs::current_path();
+    fs::current_path(dir.path());
     EXPECT_EQ(p.Update("-dash"), 0);
-    EXPECT_EQ(chdir(previous), 0);
-    std::free(previous);
+    fs::current_path(previous);
     EXPECT_EQ(ReadFile(dir.file("-dash")), expected);
 }
 
