@@ -350,10 +350,8 @@ TEST(Base64OpenSslTest, CodecsAgreeWithEvpEncodeAndDecodeBlock) {
             back(out);
         ASSERT_EQ(Base64::_base64_decode(in.data(), 0, out.data()), size);
         ASSERT_EQ(codec.Base64Decode(in.data(), static_cast<int>(text.size()), back.data()), size);
-        out.resize(data.size());
-        back.resize(data.size());
-        ASSERT_EQ(out, data);
-        ASSERT_EQ(back, data);
+        ASSERT_EQ(Bytes(out.begin(), out.begin() + size), data);
+        ASSERT_EQ(Bytes(back.begin(), back.begin() + size), data);
     }
 }
 #endif

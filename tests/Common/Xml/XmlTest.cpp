@@ -148,12 +148,11 @@ TEST(XmlDocumentTest, ReadsTheTextWithTheScannerRulesFilesRelyOn) {
 TEST(XmlDocumentTest, ReportsScanAndFileErrors) {
     TempDir dir;
     XmlDocument doc;
-    const std::string missing = dir.file("missing.xml");
     const std::pair<std::function<void()>, std::string> cases[] = {
         // An empty root name without an end tag: the range error is reported
         // with the standard library's own text.
         {[] { loaded("< a>"); }, "7241:Error to load xml document : basic_string::at"},
-        {[&] { doc.LoadXMLFile(missing.c_str()); }, "0:fopen error : " + missing},
+        {[&] { doc.LoadXMLFile(dir.file("m").c_str()); }, "0:fopen error : " + dir.file("m")},
         {[&] { doc.LoadXMLFile(dir.path().c_str()); }, "0:Read Error: nRead=0, lLength=0"}};
     for (const auto& [body, start] : cases) {
         try {

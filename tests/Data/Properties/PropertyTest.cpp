@@ -24,11 +24,6 @@ namespace {
 
 const char kNewFile[] = "Comment=Trimlo Configuration File;"; // 34 bytes, no newline
 
-// A set of the format, for both formats in turn.
-Property* newSet(bool xml) {
-    return xml ? static_cast<Property*>(new XmlProperty) : new PlaneTextProperty;
-}
-
 class OtherManager : public PropertyManager {
 public:
     OtherManager() { m_sFolderName = "First"; }
@@ -66,11 +61,16 @@ static_assert(!std::is_convertible<FileProperty*, IProperty*>::value,
 static_assert(std::is_convertible<Vemlo::Config::Configuration*, FileProperty*>::value, "");
 
 // A folder of its own for every case. Standard output (the formats' messages)
-// is captured: printed() gives what came since the start or the last call.
+// is captured, and shown only when the case fails: printed() gives what came
+// since the start or the last call.
 class FilePropertyTest : public testing::Test {
 protected:
     void SetUp() override { testing::internal::CaptureStdout(); }
-    void TearDown() override { testing::internal::GetCapturedStdout(); }
+    void TearDown() override {
+        const std::string text = testing::internal::GetCapturedStdout();
+        if (HasFailure())
+            std::fputs(text.c_str(), stdout);
+    }
     std::string printed() {
         std::string text = testing::internal::GetCapturedStdout();
         testing::internal::CaptureStdout();
@@ -174,6 +174,8 @@ TEST_F(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     p.setValue("Dup", "changed");
     EXPECT_EQ(p.Load(path.c_str()), 4);
     EXPECT_STREQ(p.getValue("Dup"), "2");
+    // Nothing without a path, nor where the file cannot be made.
+    EXPECT_EQ(XmlProperty().Load(nullptr) + XmlProperty().Update(dir.file("no/p").c_str()), 0);
 }
 
 // Every element on a line of its own: the file starts with a newline. An entry
@@ -190,13 +192,13 @@ TEST_F(XmlPropertyTest, UpdateWritesWhatLoadsBackAndReportsTheRest) {
     p.setValue("Base.Http.TempPath", "/tmp/x");
     p.setValue("Same.Same", "1");
     p.setValue("Good", " 2 "); // blanks are kept
-    p.setValue("a b", "3");
+    p.setValue("a b\t", "3");  // shown with '?' for the control character
     p.setObjValue("Object", new Vemlo::Data::Object);
     printed();
     EXPECT_EQ(p.Update(path.c_str()) + p.Update(nullptr), 0);
     EXPECT_EQ(printed(), "[XmlProperty::Update] update fail 1 element [A] would not load back\n"
                          "[XmlProperty::Update] update fail 3 element [Same.Same] would not load "
-                         "back\n[XmlProperty::Update] update fail 5 element [a b] would not load "
+                         "back\n[XmlProperty::Update] update fail 5 element [a b?] would not load "
                          "back\n");
     EXPECT_EQ(ReadFile(path), "\n<FileProperty>\n<Base>\n<Log>\n<Level>5</Level>\n</Log>\n<Http>"
                               "\n<TempPath>/tmp/x</TempPath>\n</Http>\n</Base>\n<A>1</A>\n<Good> 2 "
@@ -249,7 +251,8 @@ TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
         WriteFile(real, xml ? "<FileProperty><A>1</A></FileProperty>" : "A=1;\n");
         fs::permissions(real, fs::perms(0604));
         ASSERT_EQ(symlink("real", link.c_str()), 0);
-        std::unique_ptr<Property> p(newSet(xml));
+        std::unique_ptr<Property> p(xml ? static_cast<Property*>(new XmlProperty)
+                                        : new PlaneTextProperty);
         p->Load(link.c_str());
         // Temporary names left by an earlier process of this number are skipped.
         for (int k = 0; xml && k < 10; ++k)
@@ -288,7 +291,8 @@ TEST_F(FilePropertyTest, FailedUpdateLeavesTheOldFileAndNoTemporaryFile) {
             struct rlimit limit = {4096, 4096};
             if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
                 return 2;
-            std::unique_ptr<Property> big(newSet(xml));
+            std::unique_ptr<Property> big(xml ? static_cast<Property*>(new XmlProperty)
+                                              : new PlaneTextProperty);
             big->Load(file.c_str());
             for (int i = 0; i < 1000; ++i)
                 big->setValue(("key" + std::to_string(i)).c_str(), "some value");
