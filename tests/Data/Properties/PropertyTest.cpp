@@ -314,11 +314,10 @@ TEST_F(FilePropertyTest, FailedUpdateLeavesTheOldFileAndNoTemporaryFile) {
 // later manager.
 TEST(PropertyManagerFolderTest, ComputedOnceFromTheWorkingDirectory) {
     EXPECT_EQ(folderPathIs("/Vemlo/Conf/", [] { unsetenv("VEMLO_WORKING_DIRECTORY"); }), 0);
-    EXPECT_EQ(folderPathIs("/first/Vemlo/First/",
-                           [] {
-                               setenv("VEMLO_WORKING_DIRECTORY", "/first", 1);
-                               OtherManager().getFolderPath();
-                               setenv("VEMLO_WORKING_DIRECTORY", "/second", 1);
-                           }),
-              0);
+    const auto secondAfterFirstManager = [] {
+        setenv("VEMLO_WORKING_DIRECTORY", "/first", 1);
+        OtherManager().getFolderPath();
+        setenv("VEMLO_WORKING_DIRECTORY", "/second", 1);
+    };
+    EXPECT_EQ(folderPathIs("/first/Vemlo/First/", secondAfterFirstManager), 0);
 }
