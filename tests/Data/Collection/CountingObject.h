@@ -28,11 +28,6 @@ private:
     int m_id;
 };
 
-// The value of semaphore 0 of set `id` (-1 with errno set for a bad id).
-inline int SemValue(int id) {
-    return semctl(id, 0, GETVAL);
-}
-
 // Gives access to the semaphore set of a list.
 template <class List> class Probe : public List {
 public:
