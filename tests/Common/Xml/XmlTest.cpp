@@ -142,6 +142,11 @@ TEST(XmlDocumentTest, ReadsTheTextWithTheScannerRulesFilesRelyOn) {
     };
     for (const auto& row : rows)
         EXPECT_EQ(loaded(row[0]), row[1]) << row[0];
+    // The end tag searched is formatted text, cut at 2047 characters: a name
+    // of 2046 ends at the first end tag that starts like its own.
+    const std::string n(2046, 'a');
+    EXPECT_EQ(loaded(("<r><" + n + ">1</" + n + "b>2</" + n + "></r>").c_str()),
+              "1:r{}[](" + n + "{}[1]();" + ");");
 }
 
 // Each throws an XmlException with the code and the start of the message.

@@ -174,6 +174,11 @@ TEST_F(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     p.setValue("Dup", "changed");
     EXPECT_EQ(p.Load(path.c_str()), 4);
     EXPECT_STREQ(p.getValue("Dup"), "2");
+    // Entries set before any Load go into the file's own elements.
+    XmlProperty early;
+    early.setValue("New", "1");
+    EXPECT_EQ(early.Update(path.c_str()), 1);
+    EXPECT_EQ(ReadFile(path), "\n<FileProperty>\n<Other>1</Other>\n<New>1</New>\n</FileProperty>");
     // Nothing without a path, nor where the file cannot be made.
     EXPECT_EQ(XmlProperty().Load(nullptr) + XmlProperty().Update(dir.file("no/p").c_str()), 0);
 }
