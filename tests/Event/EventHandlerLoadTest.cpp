@@ -12,14 +12,12 @@
 #include "support/TestConfig.h"
 
 #include <cstdint>
-#include <memory>
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
-using VemloTest::Inbox;
-using VemloTest::waitFor;
 using namespace Vemlo::Event;
 using namespace Vemlo::State;
+using namespace VemloTest;
 
 namespace {
 
@@ -34,7 +32,7 @@ void* word(int value) {
 // sequence numbers (parameter 2) of the load a host received, in arrival order.
 std::vector<int> from(Inbox& inbox, int producer) {
     std::vector<int> seqs;
-    for (const VemloTest::Received& r : inbox.received())
+    for (const Received& r : inbox.received())
         if ((r.eventId == kDirect || r.eventId == kBroadcast) && r.p1 == word(producer))
             seqs.push_back(static_cast<int>(reinterpret_cast<intptr_t>(r.p2)));
     return seqs;
@@ -72,18 +70,17 @@ template <class Host> Inbox* adopt(std::unique_ptr<EventHost>& owner, Host* host
 } // namespace
 
 TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
-    VemloTest::TestConfig config;
-    VemloTest::Watchdog watchdog(110);
+    TestConfig config;
+    Watchdog watchdog(110);
     constexpr int kPerProducer = 25510,
                   kQueueBound = 1500; // clones in flight, each with a semaphore set
     EventHandler* events = EventHandler::getInstance();
     std::vector<std::unique_ptr<EventHost>> stable(kGenericHosts + kThreadedHosts);
     std::vector<Inbox*> inboxes;
     for (size_t i = 0; i < stable.size(); ++i) // generic, two threaded, two machines
-        inboxes.push_back(i < kGenericHosts ? adopt(stable[i], new VemloTest::Recorder("generic"))
-                          : i < kGenericHosts + 2
-                              ? adopt(stable[i], new VemloTest::ThreadRecorder("threaded"))
-                              : adopt(stable[i], new Machine("machine")));
+        inboxes.push_back(i < kGenericHosts       ? adopt(stable[i], new Recorder("generic"))
+                          : i < kGenericHosts + 2 ? adopt(stable[i], new ThreadRecorder("threaded"))
+                                                  : adopt(stable[i], new Machine("machine")));
     for (auto& host : stable)
         events->Register(host.get());
     for (Inbox* inbox : inboxes)
@@ -118,9 +115,8 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
     auto churn = [&] {
         for (int round = 0; round < 34; ++round) {
             std::unique_ptr<EventHost> host;
-            Inbox* inbox = round % 3 == 0
-                               ? adopt(host, new VemloTest::ThreadRecorder("churn-threaded"))
-                               : adopt(host, new VemloTest::Recorder("churn"));
+            Inbox* inbox = round % 3 == 0 ? adopt(host, new ThreadRecorder("churn-threaded"))
+                                          : adopt(host, new Recorder("churn"));
             events->Register(host.get());
             const int direct = round % 3 == 0 ? 5 : 50;
             bool ok = startedFirst(*inbox);

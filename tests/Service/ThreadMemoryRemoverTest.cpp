@@ -7,30 +7,30 @@
 
 using Vemlo::Service::ThreadMemoryRemover;
 using Clock = std::chrono::steady_clock;
-using VemloTest::waitFor;
+using namespace VemloTest;
 
 namespace {
 
 std::atomic<int> g_deleted{0};
 
-struct Worker : VemloTest::Spinner {
-    Worker() : Spinner(false, &g_deleted) {}
+struct Worker : Spinner {
+    ~Worker() override { ++g_deleted; }
 };
 
 // The reaper logs through the registry, which reads the configuration; its
 // debug line goes to the sink.
-struct ThreadMemoryRemoverTest : VemloTest::ConfiguredTest {
-    VemloTest::SyslogSink m_sink;
+struct ThreadMemoryRemoverTest : ConfiguredTest {
+    SyslogSink m_sink;
 };
 
 } // namespace
 
 TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
     SYSLOG_SINK_OR_SKIP(m_sink);
-    const int before = VemloTest::SettledTaskCount();
+    const int before = SettledTaskCount();
 
     ThreadMemoryRemover* reaper = ThreadMemoryRemover::GetInstance();
-    VemloTest::SyslogRecord started;
+    SyslogRecord started;
     ASSERT_TRUE(m_sink.next(started));
     EXPECT_EQ(started.identity.rfind("[libVemlo] ThreadMemoryRemover(", 0), 0u) << started.raw;
     EXPECT_EQ(started.text, "[DEBUG] [Run] start");
@@ -63,6 +63,6 @@ TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
     ThreadMemoryRemover::DestroyInstance();
     EXPECT_LT(Clock::now() - stopping, std::chrono::milliseconds(900));
     ThreadMemoryRemover::DestroyInstance(); // none left: nothing happens
-    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; }))
-        << VemloTest::TaskCount() << " threads, " << before;
+    EXPECT_TRUE(waitFor([&] { return TaskCount() <= before; }))
+        << TaskCount() << " threads, " << before;
 }

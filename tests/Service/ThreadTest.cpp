@@ -2,8 +2,8 @@
 #include "support/Hosts.h"
 
 using Clock = std::chrono::steady_clock;
-using Worker = VemloTest::Spinner;
-using VemloTest::waitFor;
+using namespace VemloTest;
+using Worker = Spinner;
 
 TEST(ThreadTest, LifecycleFromParkedToRunningToFinished) {
     Worker worker;
@@ -34,8 +34,11 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinished) {
 }
 
 // A Run() that returns before Start() has moved the state to running must
-// keep its 2, or Wait(-1) and the thread reaper would wait for ever.
-TEST(ThreadTest, ShortRunIsNotOverwrittenByStart) {
+// keep its 2, or Wait(-1) and the thread reaper would wait for ever. A thread
+// never started ends without running, and no OS thread is left parked on a
+// destroyed object.
+TEST(ThreadTest, ShortRunIsNotOverwrittenByStartAndANeverStartedThreadEndsWithoutRunning) {
+    const int before = SettledTaskCount();
     for (int i = 0; i < 300; ++i) {
         Worker quick(true);
         ASSERT_TRUE(waitFor([&] { return quick.getState() == 0; }));
@@ -44,10 +47,6 @@ TEST(ThreadTest, ShortRunIsNotOverwrittenByStart) {
         ASSERT_EQ(quick.getState(), 2) << "round " << i;
         quick.Stop(true);
     }
-}
-
-TEST(ThreadTest, NeverStartedThreadEndsWithoutRunning) {
-    const int before = VemloTest::SettledTaskCount();
     {
         Worker destroyed(true); // destroyed right after creation, maybe before it parks
         Worker parked(true);
@@ -57,7 +56,6 @@ TEST(ThreadTest, NeverStartedThreadEndsWithoutRunning) {
         EXPECT_EQ(stopped.getState(), 2);
         EXPECT_EQ(stopped.runs + parked.runs, 0);
     }
-    // No OS thread is left parked on a destroyed object.
-    EXPECT_TRUE(waitFor([&] { return VemloTest::TaskCount() <= before; }))
-        << VemloTest::TaskCount() << " threads, " << before;
+    EXPECT_TRUE(waitFor([&] { return TaskCount() <= before; }))
+        << TaskCount() << " threads, " << before;
 }

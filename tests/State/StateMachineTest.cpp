@@ -3,15 +3,11 @@
 #include "support/SyslogSink.h"
 #include "support/TestConfig.h"
 
-#include <memory>
-
 #include <syslog.h>
 
-using VemloTest::Recorder;
-using VemloTest::send;
-using VemloTest::waitFor;
 using namespace Vemlo::Event;
 using namespace Vemlo::State;
+using namespace VemloTest;
 
 namespace {
 
@@ -34,11 +30,13 @@ void failing(EventMessage*, void*, StateUnit*) {
     static Vemlo::Common::Exception broken("broken", 9);
     if (g_failure == 0)
         throw &broken;
+    if (g_failure == 1)
+        throw std::runtime_error("out of range");
     throw 5;
 }
 
-struct StateMachineTest : VemloTest::ConfiguredTest {
-    VemloTest::SyslogSink m_sink;
+struct StateMachineTest : ConfiguredTest {
+    SyslogSink m_sink;
 };
 
 } // namespace
@@ -71,7 +69,7 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineThroughItsStates)
     ASSERT_TRUE(waitFor([] { return g_entries == 2; }));
     EXPECT_EQ(machine.getCurrentState(), &done);
     EXPECT_EQ(g_lastMachine.load(), static_cast<void*>(&machine));
-    VemloTest::SyslogRecord line; // one move, word for word
+    SyslogRecord line; // one move, word for word
     ASSERT_TRUE(m_sink.next(line));
     EXPECT_EQ(line.priority, LOG_DEBUG);
     EXPECT_EQ(line.text, "[DEBUG] [StateMachine::Run] move from [idle] state to [running] state");
@@ -89,11 +87,12 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
             std::lock_guard<std::mutex> wait(needed);
         }
     };
-    ASSERT_TRUE(VemloTest::registerAndWait(listener));
+    ASSERT_TRUE(registerAndWait(listener));
     // A framework or standard exception is also broadcast as event 1001;
     // anything else is only printed.
-    const char* const printed[] = {"[StateMachine::Run] Exception: [broken]\n", "error --- "};
-    for (int kind = 0; kind < 2; ++kind) {
+    const char* const printed[] = {"[StateMachine::Run] Exception: [broken]\n",
+                                   "[StateMachine::Run] Exception: [out of range]\n", "error --- "};
+    for (int kind = 0; kind < 3; ++kind) {
         SCOPED_TRACE(kind);
         g_failure = kind;
         StateUnit calm, broken;
@@ -124,10 +123,10 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
         // Other hosts are still served: the dispatcher did not stall.
         send(listener.getId(), 42 + kind);
         ASSERT_TRUE(waitFor([&] { return listener.events().back() == 42 + kind; }));
-        std::vector<VemloTest::Received> got = listener.received(), expected;
+        std::vector<Received> got = listener.received(), expected;
         got.erase(got.begin(), got.begin() + before);
         expected.push_back({listener.getId(), 40, "", nullptr});
-        if (kind == 0) // to every host
+        if (kind < 2) // to every host
             expected.push_back({0, 1001, printed[kind], nullptr});
         expected.push_back({listener.getId(), 42 + kind, "", nullptr});
         EXPECT_EQ(got, expected);

@@ -5,7 +5,6 @@
 //
 //===----------------------------------------------------------------------===//
 #include "support/TestConfig.h"
-#include "support/VemloTest.h"
 
 using Vemlo::Event::EventMessage;
 using namespace Vemlo::State;
@@ -23,23 +22,40 @@ void renumber(EventMessage* m, void* machine, Transition*) {
 }
 void* const kRenumber = reinterpret_cast<void*>(&renumber);
 
+// Takes the post state away while the transition fires.
+void dropPostState(EventMessage*, void*, Transition* t) {
+    t->setPostState("gone");
+}
+
 LogElement* record(StateMachine& machine, int index) {
     return dynamic_cast<LogElement*>(machine.getHistory()->At(index));
 }
 
-struct StateUnitTest : VemloTest::ConfiguredTest {
-    void SetUp() override { g_actions = 0; }
-};
+using StateUnitTest = VemloTest::ConfiguredTest;
 
 } // namespace
 
-TEST_F(StateUnitTest, TheFirstMatchingTransitionWithAPostStateFiresAndIsRecorded) {
+TEST_F(StateUnitTest, TheFirstMatchingTransitionWithAPostStateFiresAndTheLast99StepsAreRecorded) {
     StateUnit a, b, c;
+    b.name = "b";
+    c.name = "c";
     StateMachine machine("unit");
     Transition* toB = new Transition(&a, &b, 1, kRenumber);
     new Transition(&a, &c, 1, kRenumber); // same event id: never used
     new Transition(&a, &a, 2, nullptr);
-    new Transition(&a, 3, kRenumber); // no post state: never fires
+    // Post states are chosen by name; the last one added is the current one.
+    Transition* byName = new Transition(&a, 3, kRenumber);
+    EXPECT_EQ(a.transitions.At(3), byName); // the source owns it now
+    EXPECT_EQ(byName->getPostState(), nullptr);
+    byName->AddPostState(&b);
+    byName->AddPostState(&c);
+    byName->AddPostState(nullptr); // nothing to add
+    EXPECT_EQ(byName->getPostState(), &c);
+    byName->setPostState("b");
+    EXPECT_EQ(byName->getPostState(), &b);
+    byName->setPostState("blue"); // unknown: no post state, so it never fires
+    EXPECT_EQ(byName->getPostState(), nullptr);
+    new Transition(&a, &b, 6, reinterpret_cast<void*>(&dropPostState));
     EventMessage m(0, 1, "", nullptr, nullptr, nullptr);
     EXPECT_EQ(a.OnTransition(&m, &machine), &b);
     EXPECT_EQ(g_actions, 1);
@@ -51,9 +67,9 @@ TEST_F(StateUnitTest, TheFirstMatchingTransitionWithAPostStateFiresAndIsRecorded
     m.setEventId(2); // back to itself: still a step in the history
     EXPECT_EQ(a.OnTransition(&m, &machine), &a);
     ASSERT_EQ(machine.getHistory()->Count(), 2);
-    // No post state, no transition for the event, no message: no move, no
-    // action, nothing recorded.
-    for (int event : {3, 4}) {
+    // No post state (from the start or after the action), no transition for
+    // the event, no message: no move, no counted action, nothing recorded.
+    for (int event : {3, 6, 4}) {
         m.setEventId(event);
         EXPECT_EQ(a.OnTransition(&m, &machine), &a);
     }
@@ -68,36 +84,17 @@ TEST_F(StateUnitTest, TheFirstMatchingTransitionWithAPostStateFiresAndIsRecorded
     testing::internal::CaptureStdout();
     EXPECT_EQ(a.OnTransition(&m, &machine), &a);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "[StateUnit::OnTransition] 4 Transition is NULL\n");
+              "[StateUnit::OnTransition] 5 Transition is NULL\n");
     EXPECT_EQ(machine.getHistory()->Count(), 2);
-}
 
-TEST_F(StateUnitTest, TheHistoryKeepsTheLast99RecordsNewestLast) {
-    StateUnit loop;
-    StateMachine machine("history");
-    new Transition(&loop, &loop, 5, kRenumber);
+    // The history keeps the last 99 records, newest last; the oldest are
+    // dropped (and freed: the sanitizers check).
+    new Transition(&b, &b, 5, kRenumber);
     for (int i = 0; i < 150; ++i) {
-        EventMessage m(0, 5, "", nullptr, nullptr, nullptr);
-        ASSERT_EQ(loop.OnTransition(&m, &machine), &loop);
+        m.setEventId(5); // the action renumbers it
+        ASSERT_EQ(b.OnTransition(&m, &machine), &b);
     }
-    // The 51 oldest were dropped (and freed: the sanitizers check).
     ASSERT_EQ(machine.getHistory()->Count(), 99);
-    EXPECT_EQ(record(machine, 0)->getEventId(), 1052);
-    EXPECT_EQ(record(machine, 98)->getEventId(), 1150);
-}
-
-TEST_F(StateUnitTest, TransitionsChooseTheirPostStatesByName) {
-    StateUnit source, red, green;
-    red.name = "red";
-    green.name = "green";
-    Transition* t = new Transition(&source, 4, nullptr);
-    EXPECT_EQ(source.transitions.At(0), t); // the source owns it now
-    EXPECT_EQ(t->getPostState(), nullptr);
-    t->AddPostState(&red);
-    t->AddPostState(&green);
-    EXPECT_EQ(t->getPostState(), &green);
-    t->setPostState("red");
-    EXPECT_EQ(t->getPostState(), &red);
-    t->setPostState("blue"); // unknown: no post state, so it will not fire
-    EXPECT_EQ(t->getPostState(), nullptr);
+    EXPECT_EQ(record(machine, 0)->getEventId(), 1053);
+    EXPECT_EQ(record(machine, 98)->getEventId(), 1151);
 }

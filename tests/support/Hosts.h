@@ -20,15 +20,10 @@
 namespace VemloTest {
 
 // Runs until released or asked to stop, or returns at once when `quick`;
-// counts its runs and, in `*deaths`, its deletions.
+// counts its runs.
 class Spinner : public Vemlo::Service::Thread {
 public:
-    explicit Spinner(bool quick = false, std::atomic<int>* deaths = nullptr)
-        : release(quick), m_deaths(deaths) {}
-    ~Spinner() override {
-        if (m_deaths)
-            ++*m_deaths;
-    }
+    explicit Spinner(bool quick = false) : release(quick) {}
     void Run() override {
         ++runs;
         stopSeenAtStart = m_bStop.load();
@@ -38,9 +33,6 @@ public:
     std::atomic<bool> release;
     std::atomic<int> runs{0};
     std::atomic<bool> stopSeenAtStart{false};
-
-private:
-    std::atomic<int>* m_deaths;
 };
 
 struct Received {

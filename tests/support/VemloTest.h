@@ -9,7 +9,9 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -30,16 +32,11 @@ template <class E, class Body> void ExpectThrown(Body&& body, int code, const ch
     try {
         body();
     } catch (E* e) {
-        if (e == nullptr) {
-            ADD_FAILURE() << "a null pointer was thrown";
-            return;
-        }
+        ASSERT_NE(e, nullptr) << "a null pointer was thrown";
         EXPECT_EQ(typeid(*e), typeid(E));
         const auto* base = (const Vemlo::Common::Exception*)e;
         EXPECT_EQ(base->GetCode(), code);
-        if (message) {
-            EXPECT_STREQ(base->GetMessage(), message);
-        }
+        EXPECT_STREQ(message ? base->GetMessage() : nullptr, message);
         delete e;
         return;
     }
@@ -50,8 +47,16 @@ template <class E, class Body> void ExpectThrown(Body&& body, int code, const ch
 // object goes.
 class TempDir {
 public:
-    TempDir();
-    ~TempDir();
+    TempDir() {
+        const char* base = std::getenv("TMPDIR");
+        m_path = std::string(base && *base ? base : "/tmp") + "/vemlo-test-XXXXXX";
+        if (!mkdtemp(&m_path[0]))
+            throw std::runtime_error("mkdtemp failed for " + m_path);
+    }
+    ~TempDir() {
+        std::error_code ignored; // links are removed, never followed
+        std::filesystem::remove_all(m_path, ignored);
+    }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
 
@@ -120,13 +125,11 @@ template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit
         _exit(code);
     }
     int status = 0;
-    for (int waited = 0; pid > 0 && waitpid(pid, &status, WNOHANG) == 0; ++waited) {
-        if (waited == limit * 100) {
-            kill(pid, SIGKILL);
-            waitpid(pid, &status, 0);
-            return -1;
-        }
-        usleep(10000);
+    if (pid > 0 && !waitFor([&] { return waitpid(pid, &status, WNOHANG) != 0; },
+                            std::chrono::seconds(limit))) {
+        kill(pid, SIGKILL);
+        waitpid(pid, &status, 0);
+        return -1;
     }
     return pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

@@ -2,8 +2,6 @@
 #include "support/VemloTest.h"
 
 #include <cstring>
-#include <memory>
-#include <tuple>
 
 #include <sys/time.h>
 #include <time.h>
@@ -53,6 +51,10 @@ TEST(LogElementTest, CopiesAndAssignmentCarryTheStepAndItsStamp) {
     const Vemlo::State::LogElement record(step, &to, 7);
     Vemlo::State::LogElement copy(record), assigned(nullptr, nullptr, 0);
     assigned = copy;
+    assigned = static_cast<const Vemlo::State::LogElement&>(assigned); // to itself: unchanged
+    CTime stamp(record.getTime());
+    stamp = static_cast<const CTime&>(stamp); // String's own assignment would empty the texts
+    EXPECT_EQ(texts(stamp), texts(record.getTime()));
     for (const Vemlo::State::LogElement* r : {&copy, &assigned})
         EXPECT_EQ(std::make_tuple(r->getTransition(), r->getState(), r->getEventId(),
                                   texts(r->getTime())),
