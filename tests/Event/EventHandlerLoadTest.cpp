@@ -32,9 +32,9 @@ void* word(int value) {
 // sequence numbers (parameter 2) of the load a host received, in arrival order.
 std::vector<int> from(Inbox& inbox, int producer) {
     std::vector<int> seqs;
-    for (const Received& r : inbox.received())
-        if ((r.eventId == kDirect || r.eventId == kBroadcast) && r.p1 == word(producer))
-            seqs.push_back(static_cast<int>(reinterpret_cast<intptr_t>(r.p2)));
+    for (const auto& [target, id, text, p1, p2] : inbox.received())
+        if ((id == kDirect || id == kBroadcast) && p1 == word(producer))
+            seqs.push_back(static_cast<int>(reinterpret_cast<intptr_t>(p2)));
     return seqs;
 }
 

@@ -5,7 +5,7 @@ using Clock = std::chrono::steady_clock;
 using namespace VemloTest;
 using Worker = Spinner;
 
-TEST(ThreadTest, LifecycleFromParkedToRunningToFinished) {
+TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEndWithoutRunning) {
     Worker worker;
     ASSERT_TRUE(waitFor([&] { return worker.getState() == 0; })); // parked until Start()
     EXPECT_TRUE(worker.Start());
@@ -31,13 +31,11 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinished) {
     EXPECT_FALSE(worker.stopSeenAtStart);
     EXPECT_TRUE(worker.Stop(true)); // cancellation is disabled: Run() ends on the flag
     EXPECT_EQ(worker.getState(), 2);
-}
 
-// A Run() that returns before Start() has moved the state to running must
-// keep its 2, or Wait(-1) and the thread reaper would wait for ever. A thread
-// never started ends without running, and no OS thread is left parked on a
-// destroyed object.
-TEST(ThreadTest, ShortRunIsNotOverwrittenByStartAndANeverStartedThreadEndsWithoutRunning) {
+    // A Run() that returns before Start() has moved the state to running must
+    // keep its 2, or Wait(-1) and the thread reaper would wait for ever. A
+    // thread never started ends without running, and no OS thread is left
+    // parked on a destroyed object.
     const int before = SettledTaskCount();
     for (int i = 0; i < 300; ++i) {
         Worker quick(true);

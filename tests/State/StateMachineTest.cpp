@@ -41,7 +41,7 @@ struct StateMachineTest : ConfiguredTest {
 
 } // namespace
 
-TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineThroughItsStates) {
+TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineAndAFailingCallbackUnregistersIt) {
     SYSLOG_SINK_OR_SKIP(m_sink);
     StateUnit idle, running, done;
     idle.name = "idle";
@@ -75,10 +75,7 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineThroughItsStates)
     EXPECT_EQ(line.text, "[DEBUG] [StateMachine::Run] move from [idle] state to [running] state");
     EXPECT_EQ(machine.getHistory()->Count(), 3); // the step to itself included
     EXPECT_EQ(events->UnRegister(&machine), 0);
-}
 
-TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost) {
-    EventHandler* events = EventHandler::getInstance();
     Recorder listener("listener");
     std::mutex needed; // the listener's handler of event 40 waits for it
     listener.hook = [&](EventMessage* m) {
@@ -100,35 +97,35 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
         broken.name = "broken";
         broken.onEntry = &failing;
         new Transition(&calm, &broken, EV_START, nullptr);
-        std::unique_ptr<StateMachine> machine(new StateMachine("fragile"));
-        machine->setCurrentState(&calm);
-        events->Register(machine.get());
-        ASSERT_TRUE(waitFor([&] { return events->FindHost(machine->getId()) == machine.get(); }));
+        std::unique_ptr<StateMachine> fragile(new StateMachine("fragile"));
+        fragile->setCurrentState(&calm);
+        events->Register(fragile.get());
+        ASSERT_TRUE(waitFor([&] { return events->FindHost(fragile->getId()) == fragile.get(); }));
         const size_t before = listener.received().size();
 
         testing::internal::CaptureStdout();
         g_dispatcherBusy = false;
         std::unique_lock<std::mutex> hold(needed);
-        send(machine->getId(), EV_START);
+        send(fragile->getId(), EV_START);
         send(listener.getId(), 40); // keeps the dispatcher busy meanwhile
         // The machine's thread ends after it unregistered itself, although
         // the dispatcher is still inside the listener's handler.
         const bool ended =
-            waitFor([&] { return machine->getState() == 2; }, std::chrono::milliseconds(3000));
+            waitFor([&] { return fragile->getState() == 2; }, std::chrono::milliseconds(3000));
         hold.unlock();
         EXPECT_EQ(testing::internal::GetCapturedStdout(), printed[kind]);
         ASSERT_TRUE(ended);
-        EXPECT_EQ(events->FindHost(machine->getId()), nullptr);
-        EXPECT_EQ(machine->getCurrentState(), &broken);
+        EXPECT_EQ(events->FindHost(fragile->getId()), nullptr);
+        EXPECT_EQ(fragile->getCurrentState(), &broken);
         // Other hosts are still served: the dispatcher did not stall.
         send(listener.getId(), 42 + kind);
         ASSERT_TRUE(waitFor([&] { return listener.events().back() == 42 + kind; }));
         std::vector<Received> got = listener.received(), expected;
         got.erase(got.begin(), got.begin() + before);
-        expected.push_back({listener.getId(), 40, "", nullptr});
+        expected.emplace_back(listener.getId(), 40, "", nullptr, nullptr);
         if (kind < 2) // to every host
-            expected.push_back({0, 1001, printed[kind], nullptr});
-        expected.push_back({listener.getId(), 42 + kind, "", nullptr});
+            expected.emplace_back(0, 1001, printed[kind], nullptr, nullptr);
+        expected.emplace_back(listener.getId(), 42 + kind, "", nullptr, nullptr);
         EXPECT_EQ(got, expected);
     }
     EXPECT_EQ(events->UnRegister(&listener), 0);

@@ -35,16 +35,8 @@ public:
     std::atomic<bool> stopSeenAtStart{false};
 };
 
-struct Received {
-    int target, eventId;
-    std::string text;
-    void* p1;
-    void* p2 = nullptr;
-    bool operator==(const Received& o) const {
-        return std::tie(target, eventId, text, p1, p2) ==
-               std::tie(o.target, o.eventId, o.text, o.p1, o.p2);
-    }
-};
+// Target, event id, text, parameters 1 and 2 of a message received.
+using Received = std::tuple<int, int, std::string, void*, void*>;
 
 // What a host received, in arrival order. `hook` runs after each record, on
 // the receiving thread: to throw, to take its time or to act from there.
@@ -68,7 +60,7 @@ public:
     std::vector<int> events() {
         std::vector<int> ids;
         for (const Received& r : received())
-            ids.push_back(r.eventId);
+            ids.push_back(std::get<1>(r));
         return ids;
     }
     std::function<void(Vemlo::Event::EventMessage*)> hook;
