@@ -99,20 +99,19 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
             Inbox* inbox = round % 3 == 0 ? adopt(host, new ThreadRecorder("churn-threaded"))
                                           : adopt(host, new Recorder("churn"));
             events->Register(host.get());
-            const int direct = round % 3 == 0 ? 5 : 50;
-            bool ok = startedFirst(*inbox);
+            const bool ok = startedFirst(*inbox);
             EventMessage m(host->getId(), kDirect, "churn", word(kProducers), nullptr, nullptr);
             std::vector<int> seqs;
-            for (int seq = 0; ok && seq < direct; seqs.push_back(seq++)) {
+            for (int seq = 0; ok && seq < (round % 3 == 0 ? 5 : 50); seqs.push_back(seq++)) {
                 m.setParam2(word(seq));
                 events->SendEventMsg(&m);
             }
-            ok = ok &&
-                 waitFor([&] { return from(*inbox, kProducers) == seqs; }, milliseconds(20000));
-            // A host not yet caught up is not found; it must not be deleted
-            // while the dispatcher still holds it.
-            if (!ok || !waitFor([&] { return events->UnRegister(host.get()) == 0; },
-                                milliseconds(20000))) {
+            // All of it arrives. A host not yet caught up is not found; it must
+            // not be deleted while the dispatcher still holds it.
+            const auto gone = [&] {
+                return from(*inbox, kProducers) == seqs && events->UnRegister(host.get()) == 0;
+            };
+            if (!ok || !waitFor(gone, milliseconds(20000))) {
                 churnFailures.fetch_add(1);
                 host.release(); // left alive: failing is better than crashing
             }

@@ -156,8 +156,8 @@ TEST_F(EventHandlerTest, UnRegisterAndDeletingAHostNeverWaitForAnotherHandlerNor
 
     for (int round = 0; round < 24; ++round) {
         // UnRegister often comes while the dispatcher is inside the host.
-        ThreadRecorder* t = new ThreadRecorder("racer");
-        std::unique_ptr<EventHost> host(t);
+        auto host = std::make_unique<ThreadRecorder>("racer");
+        ThreadRecorder* t = host.get();
         events->Register(t);
         ASSERT_TRUE(waitFor([t] { return t->count() != 0; }));
         const int id = host->getId();

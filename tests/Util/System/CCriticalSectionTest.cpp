@@ -9,7 +9,7 @@ using Vemlo::Util::System::CCriticalSection;
 using Vemlo::Util::System::CSingleLock;
 using namespace VemloTest;
 
-TEST(CCriticalSectionTest, OwnsOneKernelSetThatExcludesConcurrentWritersAndGoesWithIt) {
+TEST(CCriticalSectionTest, OwnsOneKernelSetThatExcludesWritersAndGoesWithItButIdZeroStays) {
     int id;
     {
         CCriticalSection section;
@@ -36,11 +36,10 @@ TEST(CCriticalSectionTest, OwnsOneKernelSetThatExcludesConcurrentWritersAndGoesW
     errno = 0; // the destructor removed the set
     EXPECT_EQ(semctl(id, 0, GETVAL), -1);
     EXPECT_EQ(errno, EINVAL);
-}
 
-// Runs in a child process inside an IPC namespace of its own, whose objects
-// vanish with it.
-TEST(CCriticalSectionTest, SetIdZeroIsNeverRemovedAndPastTheLimitListsWorkWithoutLocking) {
+    // In a child process inside an IPC namespace of its own, whose objects
+    // vanish with it: set id 0 is never removed, and past the limit lists
+    // work without locking.
     const int code = RunInChild(
         [] {
             {
