@@ -23,13 +23,11 @@ TEST(ConfigurationManagerTest, OneManagerReadsEachFileOnceAndFilesThatCannotBeLo
     manager = ConfigurationManager::GetManager();
     EXPECT_STREQ(manager->getInstance("changing")->getValue("V"), "2");
 
-    const auto cause = [](const std::string& path, const char* why) {
-        return "Cannot Load Configuration File : " + path + "/ [" + why + "]";
-    };
-    ExpectThrown<ConfigurationException>(
-        [&] { manager->getInstance("no/such"); }, 7201,
-        cause(config.folder() + "no/such.config", "Cannot Load Property File").c_str());
+    const std::string missing = "Cannot Load Configuration File : " + config.folder() +
+                                "no/such.config/ [Cannot Load Property File]";
+    ExpectThrown<ConfigurationException>([&] { manager->getInstance("no/such"); }, 7201,
+                                         missing.c_str());
     ExpectThrown<ConfigurationException>([&] { manager->BuildProperty(nullptr, 0); }, 7201,
-                                         cause("", "FIlename is NULL").c_str());
+                                         "Cannot Load Configuration File : / [FIlename is NULL]");
     testing::internal::GetCapturedStdout();
 }

@@ -1,7 +1,8 @@
-//===- Event/EventHostThreadTest.cpp - Host with a thread of its own ------===//
+//===- Event/EventHostThreadTest.cpp - Messages and a host's own thread ---===//
 //
-// The test thread plays the dispatcher: it holds the gate and calls
-// OnRecvMessage, as EventHandler does.
+// The messages the dispatcher routes, and a host with a thread of its own.
+// For the host the test thread plays the dispatcher: it holds the gate and
+// calls OnRecvMessage, as EventHandler does.
 //
 //===----------------------------------------------------------------------===//
 #include "support/Hosts.h"
@@ -12,7 +13,6 @@ using std::chrono::milliseconds;
 using namespace Vemlo::Event;
 using namespace VemloTest;
 using Vemlo::Service::Thread;
-using Worker = ThreadRecorder;
 
 namespace {
 
@@ -22,11 +22,55 @@ bool parked(const Thread& t) {
     return waitFor([&] { return t.getState() == 0; });
 }
 
+// A value carried by messages; counts its deletions.
+int g_deleted = 0;
+struct Carried : Vemlo::Data::Object {
+    ~Carried() override { ++g_deleted; }
+};
+
+// Target, event id, text, the three parameters and the extra values.
+auto fields(EventMessage& m) {
+    std::vector<void*> extra;
+    for (int i = 0; i < m.getExtraValues()->Count(); ++i)
+        extra.push_back(m.getExtraValues()->At(i));
+    return std::make_tuple(m.getTargetId(), m.getEventId(), std::string(m.getText()), m.getParam1(),
+                           m.getParam2(), m.getParam3(), extra);
+}
+using Fields = decltype(fields(std::declval<EventMessage&>()));
+
 } // namespace
+
+TEST(EventMessageTest, CloneAndCopyCarryTheValuesAndShareTheCarriedObjectsWithoutDeletingThem) {
+    g_deleted = 0;
+    Carried first, second, theirs;
+    int a = 0, c = 0;
+    // Target first, event id second: the argument order of the interface.
+    EventMessage* original = new EventMessage(3, 9, "text", &a, nullptr, &c);
+    original->getExtraValues()->Add(&first);
+    original->getExtraValues()->Add(&second);
+    EventMessage* clone = original->Clone();
+    ASSERT_NE(clone, original);
+    EXPECT_EQ(fields(*clone), Fields(3, 9, "text", &a, nullptr, &c, {&first, &second}));
+
+    // Copy overwrites the values and appends the extras after the
+    // destination's own.
+    EventMessage destination(1, 2, "to", nullptr, &a, nullptr);
+    destination.getExtraValues()->Add(&theirs);
+    EXPECT_EQ(original->Copy(&destination), 0);
+    EXPECT_EQ(fields(destination),
+              Fields(3, 9, "text", &a, nullptr, &c, {&theirs, &first, &second}));
+    // Bad input: a clear result, no crash. Copying onto itself changes nothing.
+    EXPECT_EQ(clone->Copy(nullptr), -1);
+    EXPECT_EQ(clone->Copy(clone), 0);
+    EXPECT_EQ(clone->getExtraValues()->Count(), 2);
+    delete clone;
+    delete original;
+    EXPECT_EQ(g_deleted, 0);
+}
 
 TEST_F(EventHostThreadTest,
        DeliveriesPassTheGateOrWaitQueuedAtMostASecondAndAStopLeavesOutUntouched) {
-    Worker worker("worker");
+    ThreadRecorder worker("worker");
     worker.hook = [&](EventMessage*) { // busy with its first message
         if (worker.count() == 1)
             std::this_thread::sleep_for(milliseconds(1200));
@@ -78,7 +122,7 @@ TEST_F(EventHostThreadTest,
     // The host is the first base and the thread the second. Deleting through
     // the first runs the whole chain: a parked thread is released and joined,
     // the gate and queue freed (the sanitizers check).
-    Worker* unstarted = new Worker("never started");
+    auto* unstarted = new ThreadRecorder("never started");
     std::unique_ptr<EventHost> asHost(unstarted);
     EXPECT_EQ(static_cast<void*>(asHost.get()), static_cast<void*>(unstarted));
     EXPECT_GT(reinterpret_cast<char*>(static_cast<Thread*>(unstarted)),

@@ -5,10 +5,8 @@
 #include <cstring>
 #include <fstream>
 
-#include <sys/ipc.h>
 #include <sys/prctl.h>
 #include <sys/shm.h>
-#include <unistd.h>
 
 using Vemlo::IPC::SharedMemory;
 using Vemlo::Log::Logger;
@@ -33,10 +31,28 @@ struct Key {
 } // namespace
 
 TEST_F(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGiveNull) {
+    const Key key(1), empty(2);
+    // In an IPC namespace of its own, with one segment made by root and no
+    // room for another: a new key gives null, and so does root's segment for
+    // another user (its failed id is then attached). The sink takes this
+    // process's lines only, so the child's are not read; the child goes
+    // first, before the sink's thread holds memory a child would not free.
+    const int code = RunInChild(
+        [&] {
+            SharedMemory shm;
+            const bool made = shmget(key.value, 64, IPC_CREAT | 0600) >= 0; // by root
+            std::ofstream("/proc/sys/kernel/shmmni") << "0";
+            if (!made || shm.GetSharedMemorySpace(empty.value, 64) != nullptr || setuid(65534) != 0)
+                return 1;
+            prctl(PR_SET_DUMPABLE, 1); // the leak check's tracer attaches to it
+            return shm.GetSharedMemorySpace(key.value, 64) == nullptr ? 0 : 2;
+        },
+        true);
+    EXPECT_TRUE(code == 0 || code == 77) << code; // 77: no IPC namespace of its own here
+
     SyslogSink sink;
     SYSLOG_SINK_OR_SKIP(sink);
     SharedMemory shm;
-    const Key key(1);
     char* first = static_cast<char*>(shm.GetSharedMemorySpace(key.value, 4096));
     ASSERT_NE(first, nullptr);
     SyslogRecord record; // one line of the "[libVemlo] shm" channel, word for word
@@ -52,8 +68,7 @@ TEST_F(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGi
     EXPECT_STREQ(second, "shared");
 
     EXPECT_EQ(shm.GetSharedMemorySpace(key.value, 1 << 20), nullptr); // larger than the segment
-    const Key empty(2);
-    EXPECT_EQ(shm.GetSharedMemorySpace(empty.value, 0), nullptr); // no segment has size 0
+    EXPECT_EQ(shm.GetSharedMemorySpace(empty.value, 0), nullptr);     // no segment has size 0
     shm.ReleaseSharedMemory(12345, first);
     shm.ReleaseSharedMemory(0, second);
     shm.ReleaseSharedMemory(0, second); // no longer attached
@@ -68,23 +83,6 @@ TEST_F(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGi
     shmid_ds info;
     ASSERT_EQ(shmctl(shmget(key.value, 0, 0), IPC_STAT, &info), 0); // detached, not removed
     EXPECT_EQ(info.shm_nattch, 0u);
-
-    // In an IPC namespace of its own: no room for a new segment, then a
-    // segment this user may not open (its failed id is then attached). Both
-    // give null. (The sink takes this process's lines only.)
-    const int code = RunInChild(
-        [&] {
-            std::ofstream("/proc/sys/kernel/shmmni") << "0";
-            if (shm.GetSharedMemorySpace(key.value, 64) != nullptr)
-                return 1;
-            std::ofstream("/proc/sys/kernel/shmmni") << "8";
-            if (shmget(key.value, 64, IPC_CREAT | 0600) < 0 || setuid(65534) != 0)
-                return 2;
-            prctl(PR_SET_DUMPABLE, 1); // the leak check's tracer attaches to it
-            return shm.GetSharedMemorySpace(key.value, 64) == nullptr ? 0 : 3;
-        },
-        true);
-    EXPECT_TRUE(code == 0 || code == 77) << code; // 77: no IPC namespace of its own here
 
     // Without a log channel (no level in the configuration) failures are
     // still null.

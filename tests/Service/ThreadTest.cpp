@@ -8,10 +8,9 @@
 using Clock = std::chrono::steady_clock;
 using namespace VemloTest;
 using Vemlo::Service::ThreadMemoryRemover;
-using Worker = Spinner;
 
 TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEndWithoutRunning) {
-    Worker worker;
+    Spinner worker;
     ASSERT_TRUE(waitFor([&] { return worker.getState() == 0; })); // parked until Start()
     EXPECT_TRUE(worker.Start());
     ASSERT_TRUE(waitFor([&] { return worker.runs == 1; }));
@@ -43,7 +42,7 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEnd
     // parked on a destroyed object.
     const int before = SettledTaskCount();
     for (int i = 0; i < 300; ++i) {
-        Worker quick(true);
+        Spinner quick(true);
         ASSERT_TRUE(waitFor([&] { return quick.getState() == 0; }));
         ASSERT_TRUE(quick.Start());
         ASSERT_TRUE(quick.Wait(10000));
@@ -51,10 +50,10 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEnd
         quick.Stop(true);
     }
     {
-        Worker destroyed(true); // destroyed right after creation, maybe before it parks
-        Worker parked(true);
+        Spinner destroyed(true); // destroyed right after creation, maybe before it parks
+        Spinner parked(true);
         ASSERT_TRUE(waitFor([&] { return parked.getState() == 0; }));
-        Worker stopped(true);
+        Spinner stopped(true);
         EXPECT_TRUE(stopped.Stop(true)); // returns: the parked thread is released
         EXPECT_EQ(stopped.getState(), 2);
         EXPECT_EQ(stopped.runs + parked.runs, 0);

@@ -13,11 +13,11 @@ namespace {
 
 enum { EV_START = 1, EV_FINISH = 2, EV_AGAIN = 3, EV_OTHER = 7 };
 
-// What the entry callbacks saw.
+// What the entry callbacks and actions saw.
 std::atomic<int> g_entries{0};
-std::atomic<void*> g_lastMachine{nullptr};
+std::atomic<void*> g_machineSeen{nullptr};
 void onEntry(EventMessage*, void* machine, StateUnit*) {
-    g_lastMachine = machine;
+    g_machineSeen = machine;
     g_entries.fetch_add(1);
 }
 
@@ -36,7 +36,6 @@ void failing(EventMessage*, void*, StateUnit*) {
 }
 
 int g_actions = 0;
-void* g_machineSeen = nullptr;
 
 // Counts its calls and renumbers the message, which the record then shows.
 void renumber(EventMessage* m, void* machine, Transition*) {
@@ -70,7 +69,6 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineAndAFailingCallba
     StateUnit idle, running, done;
     idle.name = "idle";
     running.name = "running";
-    done.name = "done";
     running.onEntry = done.onEntry = &onEntry;
     new Transition(&idle, &running, EV_START, nullptr);
     new Transition(&running, &running, EV_AGAIN, nullptr); // to itself
@@ -92,7 +90,7 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineAndAFailingCallba
     }).join();
     ASSERT_TRUE(waitFor([] { return g_entries == 2; }));
     EXPECT_EQ(machine.getCurrentState(), &done);
-    EXPECT_EQ(g_lastMachine.load(), static_cast<void*>(&machine));
+    EXPECT_EQ(g_machineSeen.load(), static_cast<void*>(&machine));
     SyslogRecord line; // one move, word for word
     ASSERT_TRUE(m_sink.next(line));
     EXPECT_EQ(line.priority, LOG_DEBUG);
@@ -179,7 +177,7 @@ TEST_F(StateUnitTest, TheFirstMatchingTransitionWithAPostStateFiresAndTheLast99S
     EventMessage m(0, 1, "", nullptr, nullptr, nullptr);
     EXPECT_EQ(a.OnTransition(&m, &machine), &b);
     EXPECT_EQ(g_actions, 1);
-    EXPECT_EQ(g_machineSeen, &machine);
+    EXPECT_EQ(g_machineSeen.load(), static_cast<void*>(&machine));
     ASSERT_EQ(machine.getHistory()->Count(), 1);
     EXPECT_EQ(record(machine, 0)->getTransition(), toB);
     EXPECT_EQ(record(machine, 0)->getEventId(), 1001); // read after the action

@@ -13,7 +13,6 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
-#include <string>
 #include <tuple>
 #include <vector>
 
@@ -43,16 +42,14 @@ using Received = std::tuple<int, int, std::string, void*, void*>;
 class Inbox {
 public:
     void note(Vemlo::Event::EventMessage* m) {
-        {
-            std::lock_guard<std::mutex> guard(m_lock);
-            m_received.push_back(
-                {m->getTargetId(), m->getEventId(), m->getText(), m->getParam1(), m->getParam2()});
-        }
-        m_count.fetch_add(1);
+        std::unique_lock<std::mutex> guard(m_lock);
+        m_received.emplace_back(m->getTargetId(), m->getEventId(), m->getText(), m->getParam1(),
+                                m->getParam2());
+        guard.unlock();
         if (hook)
             hook(m);
     }
-    int count() const { return m_count.load(); }
+    int count() { return static_cast<int>(received().size()); }
     std::vector<Received> received() {
         std::lock_guard<std::mutex> guard(m_lock);
         return m_received;
@@ -68,7 +65,6 @@ public:
 private:
     std::mutex m_lock;
     std::vector<Received> m_received;
-    std::atomic<int> m_count{0};
 };
 
 class Recorder : public Vemlo::Event::EventHostGeneric, public Inbox {

@@ -6,8 +6,6 @@
 #include <map>
 #include <sstream>
 
-#include <sys/stat.h>
-
 namespace VemloTest {
 
 bool WriteXmlPropertyFile(const std::string& path, const ConfigEntries& entries) {
@@ -30,8 +28,7 @@ bool WriteXmlPropertyFile(const std::string& path, const ConfigEntries& entries)
     for (; !open.empty(); open.pop_back())
         text += "</" + open.back() + ">";
     text += "</FileProperty>";
-    std::ofstream out(path, std::ios::binary);
-    return static_cast<bool>(out << text << std::flush);
+    return static_cast<bool>(std::ofstream(path, std::ios::binary) << text << std::flush);
 }
 
 TestConfig::TestConfig(const ConfigEntries& entries) {
@@ -41,8 +38,8 @@ TestConfig::TestConfig(const ConfigEntries& entries) {
                                            {"Base.Http.TempPath", m_dir.path() + "/http"}};
     for (const auto& entry : entries)
         all[entry.first] = entry.second;
-    const std::string vemlo = m_dir.path() + "/Vemlo";
-    if (mkdir(vemlo.c_str(), 0755) != 0 || mkdir(folder().c_str(), 0755) != 0 ||
+    std::error_code error;
+    if (!std::filesystem::create_directories(folder(), error) ||
         !WriteXmlPropertyFile(file(), ConfigEntries(all.begin(), all.end())))
         ADD_FAILURE() << "cannot write the test configuration in " << folder();
     setenv("VEMLO_WORKING_DIRECTORY", m_dir.path().c_str(), 1);
