@@ -44,8 +44,10 @@ bool startedFirst(Inbox& inbox) {
            inbox.events()[0] == 9999;
 }
 
+// Owns and registers `host`.
 template <class Host> Inbox* adopt(std::unique_ptr<EventHost>& owner, Host* host) {
     owner.reset(host);
+    EventHandler::getInstance()->Register(host);
     return host;
 }
 
@@ -62,8 +64,6 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
     for (size_t i = 0; i < stable.size(); ++i) // generic, then threaded
         inboxes.push_back(i < kGenericHosts ? adopt(stable[i], new Recorder("generic"))
                                             : adopt(stable[i], new ThreadRecorder("threaded")));
-    for (auto& host : stable)
-        events->Register(host.get());
     for (Inbox* inbox : inboxes)
         ASSERT_TRUE(startedFirst(*inbox));
 
@@ -98,7 +98,6 @@ TEST(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
             std::unique_ptr<EventHost> host;
             Inbox* inbox = round % 3 == 0 ? adopt(host, new ThreadRecorder("churn-threaded"))
                                           : adopt(host, new Recorder("churn"));
-            events->Register(host.get());
             const bool ok = startedFirst(*inbox);
             EventMessage m(host->getId(), kDirect, "churn", word(kProducers), nullptr, nullptr);
             std::vector<int> seqs;

@@ -114,6 +114,7 @@ TEST_F(EventHostThreadTest,
         Absent() : EventHostThread("absent") {}
         ~Absent() override { Stop(true); }
         void Run() override {
+            EXPECT_FALSE(WaitMessage(nullptr)); // bad input: no crash
             while (!release)
                 std::this_thread::sleep_for(milliseconds(1));
         }

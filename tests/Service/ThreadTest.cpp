@@ -72,19 +72,18 @@ struct Reaped : Spinner {
 
 // The reaper logs through the registry, which reads the configuration; its
 // debug line goes to the sink.
-struct ThreadMemoryRemoverTest : ConfiguredTest {
-    SyslogSink m_sink;
-};
+using ThreadMemoryRemoverTest = ConfiguredTest;
 
 } // namespace
 
 TEST_F(ThreadMemoryRemoverTest, DeletesFinishedThreadsAndLeavesNothingBehind) {
-    SYSLOG_SINK_OR_SKIP(m_sink);
+    SyslogSink sink;
+    SYSLOG_SINK_OR_SKIP(sink);
     const int before = SettledTaskCount();
 
     ThreadMemoryRemover* reaper = ThreadMemoryRemover::GetInstance();
     SyslogRecord started;
-    ASSERT_TRUE(m_sink.next(started));
+    ASSERT_TRUE(sink.next(started));
     EXPECT_EQ(started.identity.rfind("[libVemlo] ThreadMemoryRemover(", 0), 0u) << started.raw;
     EXPECT_EQ(started.text, "[DEBUG] [Run] start");
 

@@ -58,14 +58,13 @@ LogElement* record(StateMachine& machine, int index) {
 // lends its history (its thread is never started).
 using StateUnitTest = ConfiguredTest;
 
-struct StateMachineTest : ConfiguredTest {
-    SyslogSink m_sink;
-};
+using StateMachineTest = ConfiguredTest;
 
 } // namespace
 
 TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineAndAFailingCallbackUnregistersIt) {
-    SYSLOG_SINK_OR_SKIP(m_sink);
+    SyslogSink sink;
+    SYSLOG_SINK_OR_SKIP(sink);
     StateUnit idle, running, done;
     idle.name = "idle";
     running.name = "running";
@@ -81,7 +80,7 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineAndAFailingCallba
     // The start-up event matches no transition; the machine stays idle.
     ASSERT_TRUE(waitFor([&] { return events->FindHost(machine.getId()) == &machine; }));
     ASSERT_TRUE(waitFor([&] { return machine.getState() == 1; }));
-    m_sink.drain();
+    sink.drain();
     std::thread([id = machine.getId()] {
         send(id, EV_OTHER); // nothing to do
         send(id, EV_START);
@@ -92,7 +91,7 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineAndAFailingCallba
     EXPECT_EQ(machine.getCurrentState(), &done);
     EXPECT_EQ(g_machineSeen.load(), static_cast<void*>(&machine));
     SyslogRecord line; // one move, word for word
-    ASSERT_TRUE(m_sink.next(line));
+    ASSERT_TRUE(sink.next(line));
     EXPECT_EQ(line.priority, LOG_DEBUG);
     EXPECT_EQ(line.text, "[DEBUG] [StateMachine::Run] move from [idle] state to [running] state");
     EXPECT_EQ(machine.getHistory()->Count(), 3); // the step to itself included
