@@ -7,7 +7,6 @@ using namespace VemloTest;
 // One case: the configuration folder's path is computed once per process.
 TEST(ConfigurationManagerTest, OneManagerReadsEachFileOnceAndFilesThatCannotBeLoadedGive7201) {
     TestConfig config(ConfigEntries{{"App.Name", "demo"}});
-    testing::internal::CaptureStdout();
     ConfigurationManager* manager = ConfigurationManager::GetManager();
     EXPECT_STREQ(manager->getInstance()->getValue("App.Name"), "demo");
     // A cached name ignores the path it is asked with.
@@ -29,5 +28,4 @@ TEST(ConfigurationManagerTest, OneManagerReadsEachFileOnceAndFilesThatCannotBeLo
                                          missing.c_str());
     ExpectThrown<ConfigurationException>([&] { manager->BuildProperty(nullptr, 0); }, 7201,
                                          "Cannot Load Configuration File : / [FIlename is NULL]");
-    testing::internal::GetCapturedStdout();
 }
