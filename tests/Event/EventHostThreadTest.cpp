@@ -18,10 +18,6 @@ namespace {
 
 using EventHostThreadTest = ConfiguredTest;
 
-bool parked(const Thread& t) {
-    return waitFor([&] { return t.getState() == 0; });
-}
-
 // A value carried by messages; counts its deletions.
 int g_deleted = 0;
 struct Carried : Vemlo::Data::Object {
@@ -75,8 +71,8 @@ TEST_F(EventHostThreadTest,
         if (worker.count() == 1)
             std::this_thread::sleep_for(milliseconds(1200));
     };
-    ASSERT_TRUE(parked(worker));
-    worker.getMutex()->Lock(); // held by the "dispatcher"
+    ASSERT_TRUE(waitFor([&] { return worker.getState() == 0; })); // parked
+    worker.getMutex()->Lock();                                    // held by the "dispatcher"
     EventMessage m(worker.getId(), 9999, "initialize event", nullptr, nullptr, nullptr);
     EXPECT_EQ(worker.OnRecvMessage(&m), 0); // starts the thread
     ASSERT_TRUE(waitFor([&] { return worker.count() == 1; }));
@@ -128,7 +124,7 @@ TEST_F(EventHostThreadTest,
     EXPECT_EQ(static_cast<void*>(asHost.get()), static_cast<void*>(unstarted));
     EXPECT_GT(reinterpret_cast<char*>(static_cast<Thread*>(unstarted)),
               reinterpret_cast<char*>(unstarted));
-    ASSERT_TRUE(parked(host));
+    ASSERT_TRUE(waitFor([&] { return host.getState() == 0; })); // parked
     host.getMutex()->Lock();
     m.setEventId(1);
     start = Clock::now();

@@ -9,7 +9,6 @@
 #include <sys/shm.h>
 
 using Vemlo::IPC::SharedMemory;
-using Vemlo::Log::Logger;
 using namespace VemloTest;
 
 namespace {
@@ -92,8 +91,8 @@ TEST_F(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGi
     // still null.
     ASSERT_TRUE(WriteXmlPropertyFile(m_config.file(), {{"Base.Http.TempPath", "/tmp/x"}}));
     Vemlo::Config::ConfigurationManager::DestroyManager();
-    Logger::DestroyLogger();
-    ASSERT_EQ(Logger::getLogger()->getLog("[libVemlo] shm"), nullptr);
+    Vemlo::Log::Logger::DestroyLogger();
+    ASSERT_EQ(Vemlo::Log::Logger::getLogger()->getLog("[libVemlo] shm"), nullptr);
     SharedMemory quiet;
     const Key other(4);
     void* address = quiet.GetSharedMemorySpace(other.value, 64);
