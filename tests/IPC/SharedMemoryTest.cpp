@@ -3,30 +3,17 @@
 #include "support/TestConfig.h"
 
 #include <cstring>
-#include <string>
-#include <vector>
+#include <fstream>
 
-#include <sys/ipc.h>
+#include <sys/prctl.h>
 #include <sys/shm.h>
-#include <unistd.h>
 
 using Vemlo::IPC::SharedMemory;
-using Vemlo::Log::Logger;
-using VemloTest::SyslogRecord;
+using namespace VemloTest;
 
 namespace {
 
-struct ShmEnvironment : testing::Environment {
-    VemloTest::TestConfig* config = nullptr;
-    void SetUp() override { config = new VemloTest::TestConfig(); }
-    void TearDown() override {
-        Logger::DestroyLogger();
-        delete config;
-    }
-};
-
-ShmEnvironment* const kEnvironment =
-    static_cast<ShmEnvironment*>(testing::AddGlobalTestEnvironment(new ShmEnvironment));
+using SharedMemoryTest = ConfiguredTest;
 
 // A key of this process's own (parallel runs do not meet), whose segment is
 // removed when the test ends, whatever happened.
@@ -42,11 +29,33 @@ struct Key {
 
 } // namespace
 
-TEST(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGiveNull) {
-    VemloTest::SyslogSink sink;
+TEST_F(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGiveNull) {
+    const Key key(1), empty(2);
+    // In an IPC namespace of its own, with one segment made by root and no
+    // room for another: a new key gives null, and so does root's segment for
+    // another user (its failed id is then attached). The sink takes this
+    // process's lines only, so the child's are not read; the child goes
+    // first, before the sink's thread holds memory a child would not free.
+    const int code = RunInChild(
+        [&] {
+            SharedMemory shm;
+            const bool made = shmget(key.value, 64, IPC_CREAT | 0600) >= 0; // by root
+            std::ofstream("/proc/sys/kernel/shmmni") << "0";
+            if (!made || shm.GetSharedMemorySpace(empty.value, 64) != nullptr ||
+                seteuid(65534) != 0)
+                return 1;
+            void* denied = shm.GetSharedMemorySpace(key.value, 64);
+            // Root again, and traceable: the leak check and the coverage counts need both.
+            if (seteuid(0) != 0 || prctl(PR_SET_DUMPABLE, 1) != 0)
+                return 2;
+            return denied == nullptr ? 0 : 3;
+        },
+        true);
+    EXPECT_TRUE(code == 0 || code == 77) << code; // 77: no IPC namespace of its own here
+
+    SyslogSink sink;
     SYSLOG_SINK_OR_SKIP(sink);
     SharedMemory shm;
-    const Key key(1);
     char* first = static_cast<char*>(shm.GetSharedMemorySpace(key.value, 4096));
     ASSERT_NE(first, nullptr);
     SyslogRecord record; // one line of the "[libVemlo] shm" channel, word for word
@@ -62,8 +71,7 @@ TEST(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGive
     EXPECT_STREQ(second, "shared");
 
     EXPECT_EQ(shm.GetSharedMemorySpace(key.value, 1 << 20), nullptr); // larger than the segment
-    const Key empty(2);
-    EXPECT_EQ(shm.GetSharedMemorySpace(empty.value, 0), nullptr); // no segment has size 0
+    EXPECT_EQ(shm.GetSharedMemorySpace(empty.value, 0), nullptr);     // no segment has size 0
     shm.ReleaseSharedMemory(12345, first);
     shm.ReleaseSharedMemory(0, second);
     shm.ReleaseSharedMemory(0, second); // no longer attached
@@ -78,21 +86,19 @@ TEST(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGive
     shmid_ds info;
     ASSERT_EQ(shmctl(shmget(key.value, 0, 0), IPC_STAT, &info), 0); // detached, not removed
     EXPECT_EQ(info.shm_nattch, 0u);
-}
 
-TEST(SharedMemoryTest, WithoutALogChannelFailuresAreStillNull) {
-    // No level in the configuration: the registry has no channel to give.
-    ASSERT_TRUE(VemloTest::WriteXmlPropertyFile(kEnvironment->config->file(),
-                                                {{"Base.Http.TempPath", "/tmp/x"}}));
+    // Without a log channel (no level in the configuration) failures are
+    // still null.
+    ASSERT_TRUE(WriteXmlPropertyFile(m_config.file(), {{"Base.Http.TempPath", "/tmp/x"}}));
     Vemlo::Config::ConfigurationManager::DestroyManager();
-    Logger::DestroyLogger();
-    ASSERT_EQ(Logger::getLogger()->getLog("[libVemlo] shm"), nullptr);
-    SharedMemory shm;
-
-    const Key key(4);
-    void* address = shm.GetSharedMemorySpace(key.value, 64);
-    EXPECT_EQ(shm.GetSharedMemorySpace(key.value, 128), nullptr);
+    Vemlo::Log::Logger::DestroyLogger();
+    ASSERT_EQ(Vemlo::Log::Logger::getLogger()->getLog("[libVemlo] shm"), nullptr);
+    SharedMemory quiet;
+    const Key other(4);
+    void* address = quiet.GetSharedMemorySpace(other.value, 64);
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(quiet.GetSharedMemorySpace(other.value, 128), nullptr);
     int local = 0;
-    shm.ReleaseSharedMemory(0, &local); // not attached
-    shm.ReleaseSharedMemory(0, address);
+    quiet.ReleaseSharedMemory(0, &local); // not attached
+    quiet.ReleaseSharedMemory(0, address);
 }

@@ -1,27 +1,23 @@
-//===- State/StateMachineTest.cpp - Event-driven state machine ------------===//
+//===- State/StateMachineTest.cpp - States, transitions and the machine ---===//
 #include "support/Hosts.h"
 #include "support/SyslogSink.h"
 #include "support/TestConfig.h"
 
-#include <memory>
-
 #include <syslog.h>
 
-using VemloTest::Recorder;
-using VemloTest::send;
-using VemloTest::waitFor;
 using namespace Vemlo::Event;
 using namespace Vemlo::State;
+using namespace VemloTest;
 
 namespace {
 
 enum { EV_START = 1, EV_FINISH = 2, EV_AGAIN = 3, EV_OTHER = 7 };
 
-// What the entry callbacks saw.
+// What the entry callbacks and actions saw.
 std::atomic<int> g_entries{0};
-std::atomic<void*> g_lastMachine{nullptr};
+std::atomic<void*> g_machineSeen{nullptr};
 void onEntry(EventMessage*, void* machine, StateUnit*) {
-    g_lastMachine = machine;
+    g_machineSeen = machine;
     g_entries.fetch_add(1);
 }
 
@@ -34,21 +30,44 @@ void failing(EventMessage*, void*, StateUnit*) {
     static Vemlo::Common::Exception broken("broken", 9);
     if (g_failure == 0)
         throw &broken;
+    if (g_failure == 1)
+        throw std::runtime_error("out of range");
     throw 5;
 }
 
-struct StateMachineTest : VemloTest::ConfiguredTest {
-    VemloTest::SyslogSink m_sink;
-};
+int g_actions = 0;
+
+// Counts its calls and renumbers the message, which the record then shows.
+void renumber(EventMessage* m, void* machine, Transition*) {
+    ++g_actions;
+    g_machineSeen = machine;
+    m->setEventId(1000 + g_actions);
+}
+void* const kRenumber = reinterpret_cast<void*>(&renumber);
+
+// Takes the post state away while the transition fires.
+void dropPostState(EventMessage*, void*, Transition* t) {
+    t->setPostState("gone");
+}
+
+LogElement* record(StateMachine& machine, int index) {
+    return dynamic_cast<LogElement*>(machine.getHistory()->At(index));
+}
+
+// OnTransition is called directly on the test's thread; the machine only
+// lends its history (its thread is never started).
+using StateUnitTest = ConfiguredTest;
+
+using StateMachineTest = ConfiguredTest;
 
 } // namespace
 
-TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineThroughItsStates) {
-    SYSLOG_SINK_OR_SKIP(m_sink);
+TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineAndAFailingCallbackUnregistersIt) {
+    SyslogSink sink;
+    SYSLOG_SINK_OR_SKIP(sink);
     StateUnit idle, running, done;
     idle.name = "idle";
     running.name = "running";
-    done.name = "done";
     running.onEntry = done.onEntry = &onEntry;
     new Transition(&idle, &running, EV_START, nullptr);
     new Transition(&running, &running, EV_AGAIN, nullptr); // to itself
@@ -61,7 +80,7 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineThroughItsStates)
     // The start-up event matches no transition; the machine stays idle.
     ASSERT_TRUE(waitFor([&] { return events->FindHost(machine.getId()) == &machine; }));
     ASSERT_TRUE(waitFor([&] { return machine.getState() == 1; }));
-    m_sink.drain();
+    sink.drain();
     std::thread([id = machine.getId()] {
         send(id, EV_OTHER); // nothing to do
         send(id, EV_START);
@@ -70,17 +89,14 @@ TEST_F(StateMachineTest, EventsFromAnotherThreadDriveTheMachineThroughItsStates)
     }).join();
     ASSERT_TRUE(waitFor([] { return g_entries == 2; }));
     EXPECT_EQ(machine.getCurrentState(), &done);
-    EXPECT_EQ(g_lastMachine.load(), static_cast<void*>(&machine));
-    VemloTest::SyslogRecord line; // one move, word for word
-    ASSERT_TRUE(m_sink.next(line));
+    EXPECT_EQ(g_machineSeen.load(), static_cast<void*>(&machine));
+    SyslogRecord line; // one move, word for word
+    ASSERT_TRUE(sink.next(line));
     EXPECT_EQ(line.priority, LOG_DEBUG);
     EXPECT_EQ(line.text, "[DEBUG] [StateMachine::Run] move from [idle] state to [running] state");
     EXPECT_EQ(machine.getHistory()->Count(), 3); // the step to itself included
     EXPECT_EQ(events->UnRegister(&machine), 0);
-}
 
-TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost) {
-    EventHandler* events = EventHandler::getInstance();
     Recorder listener("listener");
     std::mutex needed; // the listener's handler of event 40 waits for it
     listener.hook = [&](EventMessage* m) {
@@ -89,11 +105,12 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
             std::lock_guard<std::mutex> wait(needed);
         }
     };
-    ASSERT_TRUE(VemloTest::registerAndWait(listener));
+    ASSERT_TRUE(registerAndWait(listener));
     // A framework or standard exception is also broadcast as event 1001;
     // anything else is only printed.
-    const char* const printed[] = {"[StateMachine::Run] Exception: [broken]\n", "error --- "};
-    for (int kind = 0; kind < 2; ++kind) {
+    const char* const printed[] = {"[StateMachine::Run] Exception: [broken]\n",
+                                   "[StateMachine::Run] Exception: [out of range]\n", "error --- "};
+    for (int kind = 0; kind < 3; ++kind) {
         SCOPED_TRACE(kind);
         g_failure = kind;
         StateUnit calm, broken;
@@ -101,36 +118,100 @@ TEST_F(StateMachineTest, AFailingCallbackUnregistersTheMachineAndTellsEveryHost)
         broken.name = "broken";
         broken.onEntry = &failing;
         new Transition(&calm, &broken, EV_START, nullptr);
-        std::unique_ptr<StateMachine> machine(new StateMachine("fragile"));
-        machine->setCurrentState(&calm);
-        events->Register(machine.get());
-        ASSERT_TRUE(waitFor([&] { return events->FindHost(machine->getId()) == machine.get(); }));
+        std::unique_ptr<StateMachine> fragile(new StateMachine("fragile"));
+        fragile->setCurrentState(&calm);
+        events->Register(fragile.get());
+        ASSERT_TRUE(waitFor([&] { return events->FindHost(fragile->getId()) == fragile.get(); }));
         const size_t before = listener.received().size();
 
         testing::internal::CaptureStdout();
         g_dispatcherBusy = false;
         std::unique_lock<std::mutex> hold(needed);
-        send(machine->getId(), EV_START);
+        send(fragile->getId(), EV_START);
         send(listener.getId(), 40); // keeps the dispatcher busy meanwhile
         // The machine's thread ends after it unregistered itself, although
         // the dispatcher is still inside the listener's handler.
         const bool ended =
-            waitFor([&] { return machine->getState() == 2; }, std::chrono::milliseconds(3000));
+            waitFor([&] { return fragile->getState() == 2; }, std::chrono::milliseconds(3000));
         hold.unlock();
         EXPECT_EQ(testing::internal::GetCapturedStdout(), printed[kind]);
         ASSERT_TRUE(ended);
-        EXPECT_EQ(events->FindHost(machine->getId()), nullptr);
-        EXPECT_EQ(machine->getCurrentState(), &broken);
+        EXPECT_EQ(events->FindHost(fragile->getId()), nullptr);
+        EXPECT_EQ(fragile->getCurrentState(), &broken);
         // Other hosts are still served: the dispatcher did not stall.
         send(listener.getId(), 42 + kind);
         ASSERT_TRUE(waitFor([&] { return listener.events().back() == 42 + kind; }));
-        std::vector<VemloTest::Received> got = listener.received(), expected;
+        std::vector<Received> got = listener.received(), expected;
         got.erase(got.begin(), got.begin() + before);
-        expected.push_back({listener.getId(), 40, "", nullptr});
-        if (kind == 0) // to every host
-            expected.push_back({0, 1001, printed[kind], nullptr});
-        expected.push_back({listener.getId(), 42 + kind, "", nullptr});
+        expected.emplace_back(listener.getId(), 40, "", nullptr, nullptr);
+        if (kind < 2) // to every host
+            expected.emplace_back(0, 1001, printed[kind], nullptr, nullptr);
+        expected.emplace_back(listener.getId(), 42 + kind, "", nullptr, nullptr);
         EXPECT_EQ(got, expected);
     }
     EXPECT_EQ(events->UnRegister(&listener), 0);
+}
+
+TEST_F(StateUnitTest, TheFirstMatchingTransitionWithAPostStateFiresAndTheLast99StepsAreRecorded) {
+    StateUnit a, b, c;
+    b.name = "b";
+    c.name = "c";
+    StateMachine machine("unit");
+    Transition* toB = new Transition(&a, &b, 1, kRenumber);
+    new Transition(&a, &c, 1, kRenumber); // same event id: never used
+    new Transition(&a, &a, 2, nullptr);
+    // Post states are chosen by name; the last one added is the current one.
+    Transition* byName = new Transition(&a, 3, kRenumber);
+    EXPECT_EQ(a.transitions.At(3), byName); // the source owns it now
+    EXPECT_EQ(byName->getPostState(), nullptr);
+    byName->AddPostState(&b);
+    byName->AddPostState(&c);
+    byName->AddPostState(nullptr); // nothing to add
+    EXPECT_EQ(byName->getPostState(), &c);
+    byName->setPostState("b");
+    EXPECT_EQ(byName->getPostState(), &b);
+    byName->setPostState("blue"); // unknown: no post state, so it never fires
+    EXPECT_EQ(byName->getPostState(), nullptr);
+    new Transition(&a, &b, 6, reinterpret_cast<void*>(&dropPostState));
+    EventMessage m(0, 1, "", nullptr, nullptr, nullptr);
+    EXPECT_EQ(a.OnTransition(&m, &machine), &b);
+    EXPECT_EQ(g_actions, 1);
+    EXPECT_EQ(g_machineSeen.load(), static_cast<void*>(&machine));
+    ASSERT_EQ(machine.getHistory()->Count(), 1);
+    EXPECT_EQ(record(machine, 0)->getTransition(), toB);
+    EXPECT_EQ(record(machine, 0)->getEventId(), 1001); // read after the action
+
+    m.setEventId(2); // back to itself: still a step in the history
+    EXPECT_EQ(a.OnTransition(&m, &machine), &a);
+    ASSERT_EQ(machine.getHistory()->Count(), 2);
+    // No post state (from the start or after the action), no transition for
+    // the event, no message: no move, no counted action, nothing recorded.
+    for (int event : {3, 6, 4}) {
+        m.setEventId(event);
+        EXPECT_EQ(a.OnTransition(&m, &machine), &a);
+    }
+    EXPECT_EQ(a.OnTransition(nullptr, &machine), &a);
+    EXPECT_EQ(g_actions, 1);
+    EXPECT_EQ(machine.getHistory()->Count(), 2);
+
+    // A null entry in the list is reported and ends the search.
+    a.transitions.Add(static_cast<Vemlo::Data::Object*>(nullptr));
+    new Transition(&a, &c, 8, nullptr);
+    m.setEventId(8);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(a.OnTransition(&m, &machine), &a);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "[StateUnit::OnTransition] 5 Transition is NULL\n");
+    EXPECT_EQ(machine.getHistory()->Count(), 2);
+
+    // The history keeps the last 99 records, newest last; the oldest are
+    // dropped (and freed: the sanitizers check).
+    new Transition(&b, &b, 5, kRenumber);
+    for (int i = 0; i < 150; ++i) {
+        m.setEventId(5); // the action renumbers it
+        ASSERT_EQ(b.OnTransition(&m, &machine), &b);
+    }
+    ASSERT_EQ(machine.getHistory()->Count(), 99);
+    EXPECT_EQ(record(machine, 0)->getEventId(), 1053);
+    EXPECT_EQ(record(machine, 98)->getEventId(), 1151);
 }

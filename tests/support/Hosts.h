@@ -13,22 +13,16 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
-#include <string>
 #include <tuple>
 #include <vector>
 
 namespace VemloTest {
 
 // Runs until released or asked to stop, or returns at once when `quick`;
-// counts its runs and, in `*deaths`, its deletions.
+// counts its runs.
 class Spinner : public Vemlo::Service::Thread {
 public:
-    explicit Spinner(bool quick = false, std::atomic<int>* deaths = nullptr)
-        : release(quick), m_deaths(deaths) {}
-    ~Spinner() override {
-        if (m_deaths)
-            ++*m_deaths;
-    }
+    explicit Spinner(bool quick = false) : release(quick) {}
     void Run() override {
         ++runs;
         stopSeenAtStart = m_bStop.load();
@@ -38,37 +32,24 @@ public:
     std::atomic<bool> release;
     std::atomic<int> runs{0};
     std::atomic<bool> stopSeenAtStart{false};
-
-private:
-    std::atomic<int>* m_deaths;
 };
 
-struct Received {
-    int target, eventId;
-    std::string text;
-    void* p1;
-    void* p2 = nullptr;
-    bool operator==(const Received& o) const {
-        return std::tie(target, eventId, text, p1, p2) ==
-               std::tie(o.target, o.eventId, o.text, o.p1, o.p2);
-    }
-};
+// Target, event id, text, parameters 1 and 2 of a message received.
+using Received = std::tuple<int, int, std::string, void*, void*>;
 
 // What a host received, in arrival order. `hook` runs after each record, on
 // the receiving thread: to throw, to take its time or to act from there.
 class Inbox {
 public:
     void note(Vemlo::Event::EventMessage* m) {
-        {
-            std::lock_guard<std::mutex> guard(m_lock);
-            m_received.push_back(
-                {m->getTargetId(), m->getEventId(), m->getText(), m->getParam1(), m->getParam2()});
-        }
-        m_count.fetch_add(1);
+        std::unique_lock<std::mutex> guard(m_lock);
+        m_received.emplace_back(m->getTargetId(), m->getEventId(), m->getText(), m->getParam1(),
+                                m->getParam2());
+        guard.unlock();
         if (hook)
             hook(m);
     }
-    int count() const { return m_count.load(); }
+    int count() { return static_cast<int>(received().size()); }
     std::vector<Received> received() {
         std::lock_guard<std::mutex> guard(m_lock);
         return m_received;
@@ -76,7 +57,7 @@ public:
     std::vector<int> events() {
         std::vector<int> ids;
         for (const Received& r : received())
-            ids.push_back(r.eventId);
+            ids.push_back(std::get<1>(r));
         return ids;
     }
     std::function<void(Vemlo::Event::EventMessage*)> hook;
@@ -84,7 +65,6 @@ public:
 private:
     std::mutex m_lock;
     std::vector<Received> m_received;
-    std::atomic<int> m_count{0};
 };
 
 class Recorder : public Vemlo::Event::EventHostGeneric, public Inbox {

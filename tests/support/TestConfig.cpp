@@ -1,12 +1,10 @@
 //===- support/TestConfig.cpp - A configuration folder for tests ----------===//
 #include "support/TestConfig.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <sstream>
-
-#include <sys/stat.h>
 
 namespace VemloTest {
 
@@ -30,25 +28,19 @@ bool WriteXmlPropertyFile(const std::string& path, const ConfigEntries& entries)
     for (; !open.empty(); open.pop_back())
         text += "</" + open.back() + ">";
     text += "</FileProperty>";
-    std::ofstream out(path, std::ios::binary);
-    return static_cast<bool>(out << text << std::flush);
+    return static_cast<bool>(std::ofstream(path, std::ios::binary) << text << std::flush);
 }
 
 TestConfig::TestConfig(const ConfigEntries& entries) {
-    ConfigEntries all{{"Base.Log.Level", "DEBUG"},
-                      {"Base.Log.BackupRange", "5"},
-                      {"Base.Http.TempPath", m_dir.path() + "/http"}};
-    for (const auto& entry : entries) {
-        auto same = std::find_if(all.begin(), all.end(),
-                                 [&](const auto& e) { return e.first == entry.first; });
-        if (same == all.end())
-            all.push_back(entry);
-        else
-            same->second = entry.second;
-    }
-    const std::string vemlo = m_dir.path() + "/Vemlo";
-    if (mkdir(vemlo.c_str(), 0755) != 0 || mkdir(folder().c_str(), 0755) != 0 ||
-        !WriteXmlPropertyFile(file(), all))
+    // Sorted by key, so that keys of one group share their elements.
+    std::map<std::string, std::string> all{{"Base.Log.Level", "DEBUG"},
+                                           {"Base.Log.BackupRange", "5"},
+                                           {"Base.Http.TempPath", m_dir.path() + "/http"}};
+    for (const auto& entry : entries)
+        all[entry.first] = entry.second;
+    std::error_code error;
+    if (!std::filesystem::create_directories(folder(), error) ||
+        !WriteXmlPropertyFile(file(), ConfigEntries(all.begin(), all.end())))
         ADD_FAILURE() << "cannot write the test configuration in " << folder();
     setenv("VEMLO_WORKING_DIRECTORY", m_dir.path().c_str(), 1);
 }
@@ -65,9 +57,7 @@ void ConfiguredTest::TearDown() {
 
 std::string ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 void WriteFile(const std::string& path, const std::string& text) {

@@ -9,7 +9,9 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -19,6 +21,9 @@
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/lsan_interface.h>
 #endif
+
+// Writes the coverage counts; present in coverage builds only.
+extern "C" void __gcov_dump() __attribute__((weak));
 
 namespace VemloTest {
 
@@ -30,16 +35,11 @@ template <class E, class Body> void ExpectThrown(Body&& body, int code, const ch
     try {
         body();
     } catch (E* e) {
-        if (e == nullptr) {
-            ADD_FAILURE() << "a null pointer was thrown";
-            return;
-        }
+        ASSERT_NE(e, nullptr) << "a null pointer was thrown";
         EXPECT_EQ(typeid(*e), typeid(E));
         const auto* base = (const Vemlo::Common::Exception*)e;
         EXPECT_EQ(base->GetCode(), code);
-        if (message) {
-            EXPECT_STREQ(base->GetMessage(), message);
-        }
+        EXPECT_STREQ(message ? base->GetMessage() : nullptr, message);
         delete e;
         return;
     }
@@ -50,8 +50,16 @@ template <class E, class Body> void ExpectThrown(Body&& body, int code, const ch
 // object goes.
 class TempDir {
 public:
-    TempDir();
-    ~TempDir();
+    TempDir() {
+        const char* base = std::getenv("TMPDIR");
+        m_path = std::string(base && *base ? base : "/tmp") + "/vemlo-test-XXXXXX";
+        if (!mkdtemp(&m_path[0]))
+            throw std::runtime_error("mkdtemp failed for " + m_path);
+    }
+    ~TempDir() {
+        std::error_code ignored; // links are removed, never followed
+        std::filesystem::remove_all(m_path, ignored);
+    }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
 
@@ -105,7 +113,8 @@ void WriteFile(const std::string& path, const std::string& text);
 // creates (semaphore sets, files) before `body` returns; in sanitizer builds
 // a leak found then makes the exit code 98. With `ownIpc` the child first
 // moves to an IPC namespace of its own, whose semaphore sets and segments
-// vanish with it (also when it is killed): 77 when it cannot.
+// vanish with it (also when it is killed): 77 when it cannot. In coverage
+// builds the child's counts are written too.
 template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit = 60) {
     std::fflush(nullptr);
     const pid_t pid = fork();
@@ -117,16 +126,16 @@ template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit
         if (code == 0 && __lsan_do_recoverable_leak_check() != 0)
             _exit(98);
 #endif
+        if (__gcov_dump) // _exit skips the dump at the end of the program
+            __gcov_dump();
         _exit(code);
     }
     int status = 0;
-    for (int waited = 0; pid > 0 && waitpid(pid, &status, WNOHANG) == 0; ++waited) {
-        if (waited == limit * 100) {
-            kill(pid, SIGKILL);
-            waitpid(pid, &status, 0);
-            return -1;
-        }
-        usleep(10000);
+    if (pid > 0 && !waitFor([&] { return waitpid(pid, &status, WNOHANG) != 0; },
+                            std::chrono::seconds(limit))) {
+        kill(pid, SIGKILL);
+        waitpid(pid, &status, 0);
+        return -1;
     }
     return pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
