@@ -112,10 +112,12 @@ TEST(NodeTest, LoadXmlReadsOneElementAndAttributeTextsAreLenient) {
     Node node;
     EXPECT_EQ(node.LoadXML("<a k='v'> <b>1</b> </a>"), 1);
     EXPECT_EQ(describe(&node), "a{k=v,}[](b{}[1]();)");
-    Attribute open, bare;
+    Attribute open, bare, blank;
     open.LoadXML(" k = \"v");
     bare.LoadXML("plain");
-    EXPECT_EQ(std::string(open.getOuterXml()) + bare.getOuterXml(), "k=\"v\"plain=\"plain\"");
+    blank.LoadXML("  =\"1\""); // a name of blanks is empty
+    EXPECT_EQ(std::string(open.getOuterXml()) + bare.getOuterXml() + blank.getOuterXml(),
+              "k=\"v\"plain=\"plain\"=\"1\"");
 }
 
 TEST(XmlDocumentTest, ReadsTheTextWithTheScannerRulesFilesRelyOn) {
