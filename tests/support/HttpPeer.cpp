@@ -1,8 +1,7 @@
 //===- support/HttpPeer.cpp - A real HTTP server for client tests ---------===//
 #include "support/HttpPeer.h"
+#include "support/VemloTest.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -54,13 +53,11 @@ HttpPeer::HttpPeer() {
     }
     close(pipeFds[1]);
     m_out = pipeFds[0];
-    std::string line;
-    if (!readLine(line, std::chrono::seconds(20)) || line.compare(0, 5, "PORT ") != 0) {
-        m_why = "the server did not report its port (python3 started?): '" + line + "'";
-        stop();
-    } else {
+    std::string line; // not ready: the destructor ends the server
+    if (readLine(line, std::chrono::seconds(20)) && line.compare(0, 5, "PORT ") == 0)
         m_port = std::atoi(line.c_str() + 5);
-    }
+    else
+        m_why = "the server did not report its port (python3 started?): '" + line + "'";
 }
 
 HttpPeer::~HttpPeer() {
@@ -69,25 +66,16 @@ HttpPeer::~HttpPeer() {
         close(m_out);
 }
 
+// One byte at a time, each waited for: nothing past the line is taken.
 bool HttpPeer::readLine(std::string& line, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    size_t newline;
-    while ((newline = m_pending.find('\n')) == std::string::npos) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            end - std::chrono::steady_clock::now());
+    char c = 0;
+    const auto readable = [this] {
         pollfd p{m_out, POLLIN, 0};
-        const int ready = poll(&p, 1, static_cast<int>(std::max<long long>(left.count(), 0)));
-        if (ready < 0 && errno == EINTR)
-            continue;
-        char buffer[65536];
-        const ssize_t got = ready > 0 ? read(m_out, buffer, sizeof buffer) : 0;
-        if (got <= 0)
-            return false;
-        m_pending.append(buffer, static_cast<size_t>(got));
-    }
-    line = m_pending.substr(0, newline);
-    m_pending.erase(0, newline + 1);
-    return true;
+        return poll(&p, 1, 0) == 1;
+    };
+    for (line.clear(); waitFor(readable, limit) && read(m_out, &c, 1) == 1 && c != '\n';)
+        line += c;
+    return c == '\n';
 }
 
 bool HttpPeer::nextRequest(HttpRequest& out, std::chrono::milliseconds limit) {
@@ -104,8 +92,7 @@ void HttpPeer::stop() {
     if (m_pid <= 0)
         return;
     kill(m_pid, SIGKILL);
-    while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    waitpid(m_pid, nullptr, 0);
     m_pid = -1;
 }
 

@@ -17,7 +17,6 @@
 #include <dlfcn.h>
 #include <poll.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 using NetTest::isOpen;
 using NetTest::text;
@@ -57,11 +56,6 @@ struct Server : NetTest::Open<Vemlo::Net::Socket::TCPServer> {
 };
 using Client = NetTest::Open<Vemlo::Net::Socket::TCPClient>;
 using UDSClient = NetTest::Open<Vemlo::Net::Socket::UDSClient>;
-
-bool isSocketFile(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
-}
 
 // The client sends more than the socket buffers hold at once (so sends return
 // short) to the peer at `accepted`, which answers "down" and closes; then the
@@ -176,17 +170,17 @@ TEST_F(TCPClientTest, ClientAndServerTalkBothWaysAndAnImmediateConnectIsFailMinu
 }
 
 TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndTheServerClosesAnyDescriptorButZero) {
-    int holder = -1;
-    const int refusing = NetTest::closedPort(holder);
-    VemloTest::ExpectThrown<NetException>([&] { client.Connect(text("127.0.0.1"), 0, refusing); },
-                                          1004, "cannot connect to server: socket error");
-    close(holder);
+    // Bound, not listening yet: the connection is refused.
+    VemloTest::ExpectThrown<NetException>(
+        [&] { client.Connect(text("127.0.0.1"), 0, server.port()); }, 1004,
+        "cannot connect to server: socket error");
     EXPECT_EQ(client.fd(), -1); // closed; the number is not kept to be closed again
 
     // A listener whose accept queue is full drops new connection requests,
     // so the connect below never completes: it gives up after 5 seconds.
     ASSERT_EQ(server.Listen(0), 0);
-    sockaddr_in address = NetTest::loopback(server.port());
+    sockaddr_in address{
+        AF_INET, htons(static_cast<uint16_t>(server.port())), {inet_addr("127.0.0.1")}, {}};
     std::vector<int> fillers;
     for (int i = 0; i < 8; ++i) {
         fillers.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
@@ -252,7 +246,7 @@ TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCan
     std::fclose(std::fopen(full.c_str(), "w")); // a file left at the path is removed by Bind
     Vemlo::Net::Socket::UDSServer server;
     ASSERT_EQ(server.Bind(7, text(full)), 0);
-    EXPECT_TRUE(isSocketFile(cut));
+    EXPECT_TRUE(std::filesystem::is_socket(cut));
     EXPECT_NE(access(full.c_str(), F_OK), 0);
     ASSERT_EQ(server.Listen(2), 0);
     UDSClient client;
@@ -265,7 +259,7 @@ TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCan
     ASSERT_GT(accepted, 0);
     talkBothWays(client, accepted);
     EXPECT_EQ(server.Close(), 0);
-    EXPECT_TRUE(isSocketFile(cut)); // left for the application to remove
+    EXPECT_TRUE(std::filesystem::is_socket(cut)); // left for the application to remove
 
     UDSClient lonely;
     const std::string nobody = dir.file("nobody.sock");
