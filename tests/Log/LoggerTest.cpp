@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 
-using Vemlo::Config::ConfigurationManager;
 using namespace Vemlo::Log;
 
 namespace {
@@ -13,8 +12,8 @@ namespace {
 // default.config then holds `entries` only, and is read again.
 void configure(const VemloTest::TestConfig& config, const VemloTest::ConfigEntries& entries) {
     ASSERT_TRUE(VemloTest::WriteXmlPropertyFile(config.file(), entries));
-    ConfigurationManager::DestroyManager();
-    ASSERT_NE(ConfigurationManager::GetManager()->getInstance(), nullptr);
+    Vemlo::Config::ConfigurationManager::DestroyManager();
+    ASSERT_NE(Vemlo::Config::ConfigurationManager::GetManager()->getInstance(), nullptr);
 }
 
 } // namespace

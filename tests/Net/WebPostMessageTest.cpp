@@ -14,6 +14,7 @@
 #include <chrono>
 #include <filesystem>
 #include <future>
+#include <numeric>
 #include <thread>
 
 using namespace Vemlo::Net;
@@ -75,9 +76,8 @@ protected:
 } // namespace
 
 TEST_F(WebPostMessageTest, RepliesGiveTheirTextAfterTheFirstBlankLineSpooledFrom100000Bytes) {
-    std::string upToNul; // binary replies end at their first NUL
-    for (int i = 1; i < 256; ++i)
-        upToNul.push_back(static_cast<char>(i));
+    std::string upToNul(255, '\0'); // binary replies end at their first NUL
+    std::iota(upToNul.begin(), upToNul.end(), '\1');
     const struct {
         std::string path, body, out;
         int result, spoolNumbers; // 2: one taken by the exchange, which spooled

@@ -4,15 +4,11 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace VemloTest {
 
@@ -28,17 +24,13 @@ std::string fromHex(const std::string& hex) {
 } // namespace
 
 HttpPeer::HttpPeer() {
-    // The child's arguments and environment are made before fork(): other
-    // threads may hold the allocator's lock. An emulated target's loader
-    // settings are left out of the host program's environment.
-    std::string script = VEMLO_TEST_SUPPORT_DIR "/http_peer.py";
-    std::vector<char*> argv{const_cast<char*>("python3"), &script[0], nullptr};
-    std::vector<char*> envp;
-    for (char** e = environ; *e; ++e)
-        if (std::strncmp(*e, "LD_LIBRARY_PATH=", 16) != 0 &&
-            std::strncmp(*e, "LD_PRELOAD=", 11) != 0)
-            envp.push_back(*e);
-    envp.push_back(nullptr);
+    // Nothing is allocated after fork(): other threads may hold the
+    // allocator's lock. The loader settings of an emulated target are not
+    // for the server, a host program; the test's later children (the
+    // library's `rm`) do without them as well.
+    const char* argv[] = {"python3", VEMLO_TEST_SUPPORT_DIR "/http_peer.py", nullptr};
+    unsetenv("LD_LIBRARY_PATH");
+    unsetenv("LD_PRELOAD");
     int pipeFds[2];
     if (pipe2(pipeFds, O_CLOEXEC) != 0) {
         m_why = "pipe failed";
@@ -48,7 +40,7 @@ HttpPeer::HttpPeer() {
     if (m_pid == 0) { // standard output to the pipe, only descriptors 0-2 kept
         dup2(pipeFds[1], STDOUT_FILENO);
         closefrom(STDERR_FILENO + 1);
-        execvpe(argv[0], argv.data(), envp.data());
+        execvp(argv[0], const_cast<char* const*>(argv));
         _exit(127);
     }
     close(pipeFds[1]);
