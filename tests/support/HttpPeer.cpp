@@ -54,8 +54,7 @@ HttpPeer::HttpPeer() {
 
 HttpPeer::~HttpPeer() {
     stop();
-    if (m_out >= 0)
-        close(m_out);
+    close(m_out); // -1 when the pipe could not be made: nothing happens
 }
 
 // One byte at a time, each waited for: nothing past the line is taken.

@@ -101,9 +101,8 @@ long long check(const std::string& dir, long long reportedRows, long long& nextR
     }
     ConfigurationManager::DestroyManager();
     PlaneTextProperty text;
-    const std::string textPath = dir + "/state.txt";
     try {
-        if (text.Load(textPath.c_str()) == 0 && fillersIntact(text, "filler") &&
+        if (text.Load((dir + "/state.txt").c_str()) == 0 && fillersIntact(text, "filler") &&
             *text.getValue("counter"))
             txt = std::atoll(text.getValue("counter"));
     } catch (Vemlo::Data::Properties::PropertyException*) {

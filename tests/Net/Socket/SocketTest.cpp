@@ -144,6 +144,9 @@ TEST(ClientBaseTest, SendsIn8196ByteUnitsReceivesOnceClosesAboveZeroThrowsOnAVan
 }
 
 TEST_F(TCPClientTest, ClientAndServerTalkBothWaysAndAnImmediateConnectIsFailMinus) {
+    const int first = server.fd(); // a second Bind closes the first socket
+    ASSERT_EQ(server.Bind(0, text("127.0.0.1")), 0);
+    EXPECT_EQ(server.fd(), first);
     ASSERT_EQ(server.Listen(4), 0);
     // The integer is ignored; a name resolves as well as a dotted address.
     ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
