@@ -12,7 +12,6 @@ using Vemlo::Data::Collection::Table;
 using Vemlo::DB::DBException;
 using Vemlo::DB::Sqlite;
 using VemloTest::ExpectThrown;
-using VemloTest::TempDir;
 
 namespace {
 
@@ -50,7 +49,7 @@ protected:
                              0),
                   1);
     }
-    TempDir dir;
+    VemloTest::TempDir dir;
     const std::string file = dir.file("test.db");
     Sqlite db;
 };
