@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <future>
 #include <numeric>
-#include <thread>
 
 using namespace Vemlo::Net;
 using VemloTest::HttpRequest;

@@ -113,6 +113,7 @@ TEST(ClientBaseTest, SendsIn8196ByteUnitsReceivesOnceClosesAboveZeroThrowsOnAVan
     char buffer[64] = {0};
     EXPECT_EQ(client.Receive(buffer, 5), 5);
     EXPECT_EQ(std::string(buffer, 5), "hello");
+    EXPECT_EQ(client.Receive(buffer, -1), -1); // never a huge size to recv()
     EXPECT_EQ(client.Close(), 0);
     EXPECT_EQ(client.fd(), 0);
     EXPECT_FALSE(isOpen(client.pair[0]));
