@@ -2,7 +2,7 @@
 #include "support/SyslogSink.h"
 #include "support/VemloTest.h"
 
-#include <cstdio>
+#include <cstdlib>
 #include <regex>
 
 #include <syslog.h>
@@ -48,12 +48,9 @@ TEST(FileLogTest, FrameworkChannelsCarryTheProcessNameFromPs) {
     // The fourth column of the last `ps` line that mentions the pid: this
     // process's own line, unless another line happens to contain the digits.
     const std::string identity = log.getName(), pid = std::to_string(getpid());
-    std::string lines;
-    if (FILE* ps = popen(("ps | grep '" + pid + "' | grep -v 'grep'").c_str(), "r")) {
-        for (char buffer[512]; fgets(buffer, sizeof buffer, ps);)
-            lines += buffer;
-        pclose(ps);
-    }
+    VemloTest::TempDir dir;
+    std::system(("ps | grep '" + pid + "' | grep -v 'grep' >" + dir.file("ps")).c_str());
+    const std::string lines = VemloTest::ReadFile(dir.file("ps"));
     std::smatch field;
     ASSERT_TRUE(std::regex_match(identity, field, std::regex(R"(\[Vemlo\]\((.+)\))"))) << identity;
     // A field of its own: last on procps' line, before the arguments on busybox's (the devices').
@@ -78,10 +75,10 @@ TEST(FileLogTest, SettingsFollowTheirRules) {
         log.setLevel(l.first);
         EXPECT_EQ(log.getLevel(), l.second) << (l.first ? l.first : "(null)");
     }
-    log.setBackupRange(30); // only 1 to 29 are taken
-    EXPECT_EQ(log.getBackupRange(), 10);
-    log.setBackupRange(29);
-    EXPECT_EQ(log.getBackupRange(), 29);
+    for (const auto& [days, range] : {std::pair(30, 10), {29, 29}, {0, 29}, {1, 1}}) {
+        log.setBackupRange(days); // only 1 to 29 are taken
+        EXPECT_EQ(log.getBackupRange(), range) << days;
+    }
     // There is no file: opening and closing succeed doing nothing. The time is
     // "hh:mm:ss:mmm".
     EXPECT_EQ(log.OpenLog("/var/log/x"), 0);

@@ -50,29 +50,12 @@ inline char* text(const std::string& s) {
     return const_cast<char*>(s.c_str());
 }
 
-inline sockaddr_in loopback(int port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    return address;
-}
-
 // The port an IPv4 socket is bound to.
 inline int portOf(int fd) {
     sockaddr_in address{};
     socklen_t size = sizeof address;
     getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
     return ntohs(address.sin_port);
-}
-
-// A port of 127.0.0.1 where nothing listens: `holder` keeps it bound (the
-// caller closes it), so connections to it are refused.
-inline int closedPort(int& holder) {
-    holder = socket(AF_INET, SOCK_STREAM, 0);
-    const sockaddr_in address = loopback(0);
-    bind(holder, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    return portOf(holder);
 }
 
 } // namespace NetTest

@@ -51,7 +51,6 @@ private:
     int m_out = -1; // read end of the server's standard output
     int m_port = 0;
     std::string m_why;
-    std::string m_pending; // bytes read past the last full line
 };
 
 } // namespace VemloTest

@@ -1,5 +1,6 @@
 //===- support/SyslogSink.cpp - Receives what syslog() sends --------------===//
 #include "support/SyslogSink.h"
+#include "support/VemloTest.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -64,16 +65,13 @@ SyslogSink::SyslogSink() {
     }
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     struct stat info;
-    if (lstat(kLogPath, &info) == 0) {
-        if (attach(fd, kLogPath, false, true) || !S_ISSOCK(info.st_mode)) {
-            m_skipReason = "/dev/log is a real system logger's (or not a socket): left alone";
-            close(fd);
-            return;
-        }
-        unlink(kLogPath); // a sink left by a killed test run
-    }
-    if (!attach(fd, kLogPath, false)) {
-        m_skipReason = std::string("cannot bind /dev/log: ") + std::strerror(errno);
+    const bool taken = lstat(kLogPath, &info) == 0 &&
+                       (attach(fd, kLogPath, false, true) || !S_ISSOCK(info.st_mode));
+    if (!taken)
+        unlink(kLogPath); // a sink left by a killed test run (if any)
+    if (taken || !attach(fd, kLogPath, false)) {
+        m_skipReason = taken ? "/dev/log is a real system logger's (or not a socket): left alone"
+                             : std::string("cannot bind /dev/log: ") + std::strerror(errno);
         close(fd);
         return;
     }
@@ -114,18 +112,19 @@ void SyslogSink::readLoop() {
             continue;
         std::lock_guard<std::mutex> guard(m_mutex);
         m_records.push_back(parse(std::string(buffer.data(), static_cast<size_t>(got))));
-        m_arrived.notify_all();
     }
 }
 
 std::vector<SyslogRecord> SyslogSink::take(size_t count, std::chrono::milliseconds limit) {
     std::vector<SyslogRecord> records;
-    const auto end = std::chrono::steady_clock::now() + limit;
-    std::unique_lock<std::mutex> guard(m_mutex);
-    while (records.size() < count &&
-           m_arrived.wait_until(guard, end, [this] { return !m_records.empty(); }))
-        for (; !m_records.empty() && records.size() < count; m_records.pop_front())
-            records.push_back(std::move(m_records.front()));
+    waitFor(
+        [&] {
+            std::lock_guard<std::mutex> guard(m_mutex);
+            for (; !m_records.empty() && records.size() < count; m_records.pop_front())
+                records.push_back(std::move(m_records.front()));
+            return records.size() == count;
+        },
+        limit);
     return records;
 }
 

@@ -21,7 +21,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -71,7 +70,6 @@ private:
     std::string m_skipReason;
     std::atomic<bool> m_stop{false};
     std::mutex m_mutex;
-    std::condition_variable m_arrived;
     std::deque<SyslogRecord> m_records;
     std::thread m_reader;
 };

@@ -4,7 +4,7 @@
 # head it sends is 94 bytes. Replies by path: /body/N (byte i is 'a' + i % 26),
 # /binary/N (byte i is (i + 1) % 256), /split (a bare "\n\n" inside the
 # headers), /endless (never ends), /close (closes after the head), else no
-# reply. --close-at-once closes every connection at once.
+# reply.
 
 import http.server
 import os
@@ -55,9 +55,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.rfile = Tee(self.rfile)
 
     def handle(self):
-        if not self.server.close_at_once:
-            self.close_connection = True
-            self.handle_one_request()
+        self.close_connection = True
+        self.handle_one_request()
 
     def do_POST(self):
         length = int(self.headers.get("Content-Length") or 0)
@@ -102,6 +101,5 @@ if __name__ == "__main__":
     die_with_parent()
     server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
     server.daemon_threads = True
-    server.close_at_once = "--close-at-once" in sys.argv[1:]
     emit("PORT %d" % server.server_address[1])
     server.serve_forever()

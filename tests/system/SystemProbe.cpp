@@ -47,13 +47,6 @@ template <class Set> bool fillersIntact(Set& set, const char* prefix) {
     return true;
 }
 
-std::string fillers(const char* before, const char* between, const char* after) {
-    std::string out;
-    for (int i = 0; i < kFillers; ++i)
-        out += before + std::to_string(i) + between + kFiller + after + std::to_string(i) + ">";
-    return out;
-}
-
 int ctimeCheck(int count) {
     int bad = 0;
     for (int i = 0; i < count; ++i) {
@@ -108,9 +101,8 @@ long long check(const std::string& dir, long long reportedRows, long long& nextR
     }
     ConfigurationManager::DestroyManager();
     PlaneTextProperty text;
-    const std::string textPath = dir + "/state.txt";
     try {
-        if (text.Load(textPath.c_str()) == 0 && fillersIntact(text, "filler") &&
+        if (text.Load((dir + "/state.txt").c_str()) == 0 && fillersIntact(text, "filler") &&
             *text.getValue("counter"))
             txt = std::atoll(text.getValue("counter"));
     } catch (Vemlo::Data::Properties::PropertyException*) {
@@ -134,14 +126,16 @@ int powercut(const std::string& dir, long long reportedRows, bool write) {
     setenv("VEMLO_WORKING_DIRECTORY", dir.c_str(), 1);
     if (access(file.c_str(), F_OK) != 0) { // the first boot on a fresh disk
         std::system(("mkdir -p " + conf).c_str());
-        std::ofstream(file) << "<FileProperty><Base><Log><Level>ERROR</Level></Log></Base>"
-                               "<PowerCut><Counter>0</Counter>"
-                            << fillers("<Filler", ">", "</Filler")
-                            << "</PowerCut></FileProperty>\n";
-        std::ofstream text(dir + "/state.txt");
+        std::ofstream config(file), text(dir + "/state.txt");
+        config << "<FileProperty><Base><Log><Level>ERROR</Level></Log></Base>"
+                  "<PowerCut><Counter>0</Counter>";
         text << "counter=0;\n";
-        for (int i = 0; i < kFillers; ++i)
+        for (int i = 0; i < kFillers; ++i) {
+            config << "<Filler" << i << ">" << kFiller << "</Filler" << i << ">";
             text << "filler" << i << "=" << kFiller << ";\n";
+        }
+        config << "</PowerCut></FileProperty>\n";
+        config.close();
         text.close();
         sqlite3* db = nullptr;
         sqlite3_open((dir + "/rows.db").c_str(), &db);
