@@ -22,9 +22,6 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-// Writes the coverage counts; present in coverage builds only.
-extern "C" void __gcov_dump() __attribute__((weak));
-
 namespace VemloTest {
 
 // Runs `body`, which must throw a pointer to exactly `E`; checks its code and
@@ -113,8 +110,9 @@ void WriteFile(const std::string& path, const std::string& text);
 // creates (semaphore sets, files) before `body` returns; in sanitizer builds
 // a leak found then makes the exit code 98. With `ownIpc` the child first
 // moves to an IPC namespace of its own, whose semaphore sets and segments
-// vanish with it (also when it is killed): 77 when it cannot. In coverage
-// builds the child's counts are written too.
+// vanish with it (also when it is killed): 77 when it cannot. A child's
+// coverage counts are not written: children dumping beside their parent
+// lost other programs' counts in the coverage lane.
 template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit = 60) {
     std::fflush(nullptr);
     const pid_t pid = fork();
@@ -126,8 +124,6 @@ template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit
         if (code == 0 && __lsan_do_recoverable_leak_check() != 0)
             _exit(98);
 #endif
-        if (__gcov_dump) // _exit skips the dump at the end of the program
-            __gcov_dump();
         _exit(code);
     }
     int status = 0;
