@@ -106,15 +106,18 @@ TEST_F(PlaneTextPropertyTest, NewEmptyAndUnmarkedFilesAndLineRules) {
     // A line longer than the 2000-byte buffer is read as pieces of 1999 bytes,
     // each parsed as a line: the first has no ';', the second is an entry.
     const std::string longLine = "big=" + std::string(1995, 'v') + "tail=x;\n";
-    WriteFile(
-        path,
-        "# header\nno equals sign;\nmulti=a;b;\na = b;\r\n" + std::string(256, 'k') +
-            "=v;\nnoted=v; # note\nn=12abc;\nhuge=99999999999;\ntiny=-99999999999;\nd=2.5x;\n" +
-            longLine);
+    WriteFile(path,
+              "# header\nno equals sign;\nmulti=a;b;\na = b;\r\n" + std::string(256, 'k') +
+                  "=v;\n" + std::string(255, 'K') + "=" + std::string(255, 'V') +
+                  ";\nlong=" + std::string(256, 'v') +
+                  ";\nnoted=v; # note\nn=12abc;\nhuge=99999999999;\ntiny=-99999999999;\nd=2.5x;\n" +
+                  longLine);
     ASSERT_EQ(p.Load(path.c_str()), 0);
     EXPECT_STREQ(p.getValue("multi"), "a");
     EXPECT_STREQ(p.getValue("a "), " b");                             // nothing is trimmed
     EXPECT_EQ(p.getObjValue(std::string(256, 'k').c_str()), nullptr); // keys of up to 255 bytes
+    EXPECT_EQ(p.getObjValue("long"), nullptr);                        // values as well
+    EXPECT_EQ(p.getValue(std::string(255, 'K').c_str()), std::string(255, 'V'));
     EXPECT_EQ(p.getObjValue("noted"), nullptr); // '#' anywhere disables the line
     EXPECT_STREQ(p.getValue("big"), "");
     EXPECT_STREQ(p.getValue("tail"), "x");
@@ -279,6 +282,18 @@ TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
         p->setValue("A", "3");
         p->Update(link.c_str());
         EXPECT_EQ(ReadFile(folder.file("hard")), text(xml ? "3" : "2"));
+        if (!xml)
+            continue; // mv -f needs the folder
+        // A writer that may not add to the folder writes a file it may write
+        // in place.
+        fs::remove(folder.file("hard"));
+        fs::permissions(real, fs::perms(0666));
+        fs::permissions(folder.path(), fs::perms(0555));
+        p->setValue("A", "4");
+        EXPECT_EQ(
+            VemloTest::RunInChild([&] { return seteuid(65534) ? 9 : p->Update(link.c_str()); }), 1);
+        EXPECT_EQ(ReadFile(real), text("4"));
+        fs::permissions(folder.path(), fs::perms(0700));
     }
 }
 
