@@ -6,6 +6,8 @@
 #include <map>
 #include <sstream>
 
+#include <sys/stat.h>
+
 namespace VemloTest {
 
 bool WriteXmlPropertyFile(const std::string& path, const ConfigEntries& entries) {
@@ -38,8 +40,10 @@ TestConfig::TestConfig(const ConfigEntries& entries) {
                                            {"Base.Http.TempPath", m_dir.path() + "/http"}};
     for (const auto& entry : entries)
         all[entry.first] = entry.second;
-    std::error_code error;
-    if (!std::filesystem::create_directories(folder(), error) ||
+    // mkdir, not std::filesystem: a 32-bit-time libstdc++ cannot stat a folder
+    // made after 2038, which the ARM system lane's clock phases need.
+    const std::string vemlo = m_dir.path() + "/Vemlo";
+    if (mkdir(vemlo.c_str(), 0755) != 0 || mkdir(folder().c_str(), 0755) != 0 ||
         !WriteXmlPropertyFile(file(), ConfigEntries(all.begin(), all.end())))
         ADD_FAILURE() << "cannot write the test configuration in " << folder();
     setenv("VEMLO_WORKING_DIRECTORY", m_dir.path().c_str(), 1);
