@@ -104,8 +104,7 @@ TEST_F(EventHostThreadTest,
         ~Absent() override { Stop(true); }
         void Run() override {
             EXPECT_FALSE(WaitMessage(nullptr)); // bad input: no crash
-            while (!release)
-                std::this_thread::sleep_for(milliseconds(1));
+            waitFor([&] { return release.load(); });
         }
         std::atomic<bool> release{false};
     } host;

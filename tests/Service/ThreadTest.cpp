@@ -5,7 +5,6 @@
 
 #include <ctime>
 
-using Clock = std::chrono::steady_clock;
 using namespace VemloTest;
 using Vemlo::Service::ThreadMemoryRemover;
 
@@ -18,10 +17,10 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEnd
     EXPECT_EQ(worker.runs, 1);
 
     // Wait gives true also when the time runs out; the state tells which.
-    const auto started = Clock::now();
+    const auto started = std::chrono::steady_clock::now();
     EXPECT_TRUE(worker.Wait(-5)); // any negative but -1: one sleep
     EXPECT_TRUE(worker.Wait(30)); // 31 sleeps of 1 ms at least
-    EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(31));
+    EXPECT_GE(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(31));
 
     worker.release = true;
     EXPECT_TRUE(worker.Wait(10000));
