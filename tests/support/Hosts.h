@@ -29,9 +29,8 @@ public:
         while (!m_bStop && !release)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    std::atomic<bool> release;
+    std::atomic<bool> release, stopSeenAtStart{false};
     std::atomic<int> runs{0};
-    std::atomic<bool> stopSeenAtStart{false};
 };
 
 // Target, event id, text, parameters 1 and 2 of a message received.

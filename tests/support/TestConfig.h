@@ -45,9 +45,7 @@ public:
     // when the folder cannot be written.
     explicit TestConfig(const ConfigEntries& entries = {});
     // DestroyManager(), then the folder goes.
-    ~TestConfig();
-    TestConfig(const TestConfig&) = delete;
-    TestConfig& operator=(const TestConfig&) = delete;
+    ~TestConfig(); // not copyable: it owns its folder
 
     // The value VEMLO_WORKING_DIRECTORY was set to.
     const std::string& workingDirectory() const { return m_dir.path(); }

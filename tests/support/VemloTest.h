@@ -78,6 +78,13 @@ bool waitFor(Pred done, std::chrono::milliseconds limit = std::chrono::seconds(1
     return true;
 }
 
+// How long `body` took to run.
+template <class Body> std::chrono::steady_clock::duration TimeOf(Body&& body) {
+    const auto start = std::chrono::steady_clock::now();
+    body();
+    return std::chrono::steady_clock::now() - start;
+}
+
 // Threads of this process, as the kernel lists them.
 inline int TaskCount() {
     namespace fs = std::filesystem;

@@ -42,11 +42,8 @@ TEST(CCriticalSectionTest, OwnsOneKernelSetThatExcludesWritersAndGoesWithItButId
     // work without locking.
     const int code = RunInChild(
         [] {
-            {
-                CCriticalSection first; // the namespace's first set gets id 0
-                if (first.getSemId() != 0)
-                    return 10;
-            }
+            if (CCriticalSection().getSemId() != 0) // the namespace's first set gets id 0
+                return 10;
             if (semctl(0, 0, GETVAL) != 0) // still there
                 return 11;
             // semmsl semmns semopm semmni: room for 8 sets, one of them id 0.
