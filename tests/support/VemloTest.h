@@ -17,10 +17,14 @@
 
 #include <sched.h>
 #include <sys/wait.h>
+#include <sys/resource.h>
 #include <unistd.h>
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/lsan_interface.h>
 #endif
+
+// Writes the coverage counts; present in coverage builds only.
+extern "C" void __gcov_dump() __attribute__((weak));
 
 namespace VemloTest {
 
@@ -117,9 +121,9 @@ void WriteFile(const std::string& path, const std::string& text);
 // creates (semaphore sets, files) before `body` returns; in sanitizer builds
 // a leak found then makes the exit code 98. With `ownIpc` the child first
 // moves to an IPC namespace of its own, whose semaphore sets and segments
-// vanish with it (also when it is killed): 77 when it cannot. A child's
-// coverage counts are not written: children dumping beside their parent
-// lost other programs' counts in the coverage lane.
+// vanish with it (also when it is killed): 77 when it cannot. In coverage
+// builds the child's counts are written too: a body may lower the soft file
+// size limit only, which is lifted again before they are.
 template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit = 60) {
     std::fflush(nullptr);
     const pid_t pid = fork();
@@ -131,6 +135,16 @@ template <class Body> int RunInChild(Body&& body, bool ownIpc = false, int limit
         if (code == 0 && __lsan_do_recoverable_leak_check() != 0)
             _exit(98);
 #endif
+        if (__gcov_dump) { // _exit skips the dump at the end of the program
+            // Written whole, as the real user, whatever file size limit and
+            // effective user the body left.
+            [[maybe_unused]] const int back = seteuid(getuid());
+            rlimit size;
+            getrlimit(RLIMIT_FSIZE, &size);
+            size.rlim_cur = size.rlim_max;
+            setrlimit(RLIMIT_FSIZE, &size);
+            __gcov_dump();
+        }
         _exit(code);
     }
     int status = 0;
