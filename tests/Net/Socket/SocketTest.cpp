@@ -228,6 +228,9 @@ TEST_F(TCPClientTest, SocketsNumberedZeroOrPastTheSelectLimitConnect) {
     ASSERT_EQ(server.Listen(2), 0);
     const int input = dup(0);
     close(0);
+    Server zero; // a server's socket may be 0 as well
+    EXPECT_EQ(zero.Bind(0, text("127.0.0.1")) + zero.fd(), 0);
+    close(0);
     EXPECT_EQ(client.Connect(text("127.0.0.1"), 0, server.port()) + client.fd(), 0);
     dup2(input, 0); // the socket goes with it: Close leaves descriptor 0 alone
     close(input);
