@@ -105,6 +105,10 @@ TEST(AesTest, CbcAndSingleBlocksMatchSp80038aForEveryKeySize) {
         EXPECT_EQ(ToHex(block), cipher.substr(0, 32));
         Aes::AESDecrypt(block.data(), block.data(), &dk); // in place
         EXPECT_EQ(block, first);
+        Bytes tail(61); // a tail of 13 bytes: every word of the last block
+        iv = FromHex(kSpIv);
+        Aes::AESCbcEncrypt(FromHex(cipher).data(), tail.data(), 61, &dk, iv.data(), AES_DECRYPT_);
+        EXPECT_EQ(tail, Bytes(plain.begin(), plain.begin() + 61));
         iv = FromHex(kSpIv);
         Aes::AESCbcEncrypt(out.data(), out.data(), 64, &dk, iv.data(), AES_DECRYPT_);
         EXPECT_EQ(out, plain);
