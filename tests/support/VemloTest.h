@@ -15,6 +15,7 @@
 #include <string>
 #include <thread>
 
+#include <ftw.h>
 #include <sched.h>
 #include <sys/wait.h>
 #include <sys/resource.h>
@@ -58,8 +59,13 @@ public:
             throw std::runtime_error("mkdtemp failed for " + m_path);
     }
     ~TempDir() {
-        std::error_code ignored; // links are removed, never followed
-        std::filesystem::remove_all(m_path, ignored);
+        // nftw, not std::filesystem: a 32-bit-time libstdc++ cannot stat what
+        // was made after 2038 (the ARM system lane's clock phases). Links are
+        // removed, never followed.
+        nftw(
+            m_path.c_str(),
+            [](const char* path, const struct stat*, int, FTW*) { return ::remove(path); }, 16,
+            FTW_DEPTH | FTW_PHYS);
     }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
