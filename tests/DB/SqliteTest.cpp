@@ -171,4 +171,9 @@ TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroNotACrashAndATransactionRollsBa
     ASSERT_EQ(db.Open(file.c_str(), Sqlite::kReadWrite), 1); // SQLite reads lazily
     ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", 0); }, 0,
                               "[DB] Can't get database table: file is not a database\n");
+    // Option 1 keeps the connection after every kind of failure.
+    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", table); }, 0,
+                              "[DB] Can't get database table(26): file is not a database\n");
+    EXPECT_EQ(db.Execute("DELETE FROM t;", 0), 0);
+    EXPECT_EQ(db.Execute("SELECT 1;", 0), 1);
 }

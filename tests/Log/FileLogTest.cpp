@@ -85,6 +85,8 @@ TEST(FileLogTest, SettingsFollowTheirRules) {
     EXPECT_EQ(log.CloseLog(), 0);
     EXPECT_TRUE(std::regex_match(log.getTimeInfo(), std::regex(R"(\d\d:\d\d:\d\d:\d{3})")))
         << log.getTimeInfo();
-    FileLog copy(log); // a copy owns a mutex of its own
+    FileLog copy(log); // a copy owns a mutex of its own; assignment changes nothing
+    copy = FileLog("/tmp/", "other");
     EXPECT_NE(copy.getMutex(), log.getMutex());
+    EXPECT_STREQ(copy.getName(), "default");
 }

@@ -208,14 +208,8 @@ TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndTheServerClosesAnyDesc
     EXPECT_EQ(server.Close(), -1);
     EXPECT_EQ(errno, EBADF);
     EXPECT_EQ(server.fd(), 0);
-    // Its destructor closes what Close would, and leaves descriptor 0 alone,
-    // as a client's does.
-    const int bound = [] {
-        Server other;
-        other.Bind(0, text("127.0.0.1"));
-        return other.fd();
-    }();
-    EXPECT_FALSE(NetTest::isOpen(bound));
+    // Its destructor leaves descriptor 0 alone, as a client's does (that it
+    // closes a bound socket, the HTTP client's cases see: they count descriptors).
     { Server unused; }
     { Client unused; }
     EXPECT_TRUE(NetTest::isOpen(0));
