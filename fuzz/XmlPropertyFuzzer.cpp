@@ -5,9 +5,9 @@
 // loaded set is written back with Update to a second file: when Update
 // reports success, that file must load again without an error (Update keeps
 // a file it cannot write so that it loads back), and the added entry must read
-// back unless a loaded key names the same path (a key below it makes the
-// element a branch; a name with a dot in it can give the same key twice). The
-// folder is removed when the fuzzer exits.
+// back unless a loaded key contains "Fuzz": such a key may name the same path
+// (a key below it makes the element a branch; a name with a dot in it can give
+// the same key twice). The folder is removed when the fuzzer exits.
 //
 //===----------------------------------------------------------------------===//
 #include <Vemlo/Vemlo.h>
