@@ -77,8 +77,8 @@ struct EventHandler::Coordination {
     // The steps of a FireEvent pass, on the dispatcher's thread.
     // The message the pass deals with next: the first greeting when
     // `greeting`, else the queue's head (as dropHead last saw it, when it
-    // did). Null when the pass ends: the queue is empty, or its head is null
-    // (logged).
+    // did). Null when the queue is empty and the pass ends: SendEventMsg
+    // refuses a null message and queues clones, so no queued message is null.
     static EventMessage* nextMessage(EventHandler& handler, bool greeting, Head& next);
     // deliver(), a handler's exception ending the pass with the message kept.
     static Outcome deliverGuarded(EventHandler& handler, EventMessage* message);
@@ -109,55 +109,41 @@ constexpr useconds_t kPass = 1000; // 1 ms between passes
 constexpr std::chrono::milliseconds kCatchUpUnderLoad(10);
 constexpr int kCatchUpAfterMessages = 16;
 
-// Where a host was found in a list.
-enum class Found { No, Yes, NullEntry };
+// Register refuses a null host and the lists are the dispatcher's own, so no
+// list ever holds a null entry: the look-ups and deliveries below never meet
+// one, and the lines they would write for one are never written.
 
-// The host found, if any, goes to *found. Callers hold the lists' lock.
-Found findById(ArrayList* list, int id, EventHost** found = nullptr) {
-    const int count = list->Count();
-    for (int i = 0; i < count; ++i) {
+// The first host in `list` with `id`, or null. Callers hold the lists' lock.
+// Every list call passes the list's semaphore, and a read past the end gives
+// null, so the walk reads items until it finds the host or meets the end.
+EventHost* findById(ArrayList* list, int id) {
+    for (int i = 0;; ++i) {
         EventHost* host = static_cast<EventHost*>(list->At(i));
-        if (host == nullptr)
-            return Found::NullEntry;
-        if (host->getId() == id) {
-            if (found)
-                *found = host;
-            return Found::Yes;
-        }
+        if (host == nullptr || host->getId() == id)
+            return host;
     }
-    return Found::No;
 }
 
-// A look-up by id under the lists' lock, logging a null entry or a miss
-// with the caller's own texts.
+// A look-up by id under the lists' lock, logging a miss with the caller's tag.
 EventHost* findLogged(ListLock& lock, ArrayList* list, int id, Vemlo::Log::FileLog* log,
-                      const char* nullLine, const char* tag) {
-    EventHost* result = nullptr;
-    Found found;
+                      const char* tag) {
+    EventHost* found;
     {
         Guard lists(lock);
-        found = findById(list, id, &result);
+        found = findById(list, id);
     }
-    if (log != nullptr) {
-        if (found == Found::NullEntry)
-            log->WriteError("%s", nullLine);
-        else if (found == Found::No)
-            log->WriteDebug("%s  can not find the host ", tag);
-    }
-    return result;
+    if (found == nullptr && log != nullptr)
+        log->WriteDebug("%s  can not find the host ", tag);
+    return found;
 }
 
-// The first active host named `name` (null: empty); `nullEntry` tells that a
-// null entry ended the walk. Callers hold the lists' lock.
-EventHost* findByName(ArrayList* list, const char* name, bool& nullEntry) {
+// The first active host named `name` (null: empty), or null. Callers hold
+// the lists' lock.
+EventHost* findByName(ArrayList* list, const char* name) {
     const char* wanted = Vemlo::detail::orEmpty(name);
     const int count = list->Count();
     for (int i = 0; i < count; ++i) {
         EventHost* host = static_cast<EventHost*>(list->At(i));
-        if (host == nullptr) {
-            nullEntry = true;
-            return nullptr;
-        }
         if (std::strcmp(host->getName(), wanted) == 0)
             return host;
     }
@@ -181,24 +167,6 @@ private:
     std::chrono::steady_clock::time_point m_caughtUp = std::chrono::steady_clock::now();
     int m_sinceCaughtUp = 0;
 };
-
-// The first active host named `name` under the lists' lock, handed to
-// `pick` (with whether a null entry ended the walk) while the lock is held;
-// a null entry is logged with `nullLine`.
-template <class Pick>
-auto findNamed(ListLock& lock, ArrayList* hosts, const char* name, Vemlo::Log::FileLog* log,
-               const char* nullLine, Pick pick) {
-    bool nullEntry = false;
-    decltype(pick(nullptr, false)) result;
-    {
-        Guard lists(lock);
-        EventHost* host = findByName(hosts, name, nullEntry);
-        result = pick(host, nullEntry);
-    }
-    if (nullEntry && log != nullptr)
-        log->WriteError("%s", nullLine);
-    return result;
-}
 
 int indexOf(ArrayList* list, const EventHost* host) {
     const int count = list->Count();
@@ -411,28 +379,24 @@ int EventHandler::SendEventMsg(EventMessage* message) {
 }
 
 EventHost* EventHandler::FindHost(int id) {
-    return findLogged(m_pCoordination->lock, m_pHosts, id, m_pLog,
-                      "[EventHandler::findhost] host is NULL", "[EventHandler::FindHost]");
+    return findLogged(m_pCoordination->lock, m_pHosts, id, m_pLog, "[EventHandler::FindHost]");
 }
 
 EventHost* EventHandler::FindTmpHost(int id) {
     return findLogged(m_pCoordination->lock, m_pTmpHosts, id, m_pLog,
-                      "[EventHandler::FindTmpHost] host is NULL", "[EventHandler::FindTmpHost]");
+                      "[EventHandler::FindTmpHost]");
 }
 
 EventHost* EventHandler::FindHost(const char* name) {
-    return findNamed(m_pCoordination->lock, m_pHosts, name, m_pLog,
-                     "[EventHandler::FindHost] host is NULL",
-                     [](EventHost* host, bool) { return host; });
+    Guard lists(m_pCoordination->lock);
+    return findByName(m_pHosts, name);
 }
 
 int EventHandler::FindHostID(const char* name) {
     // The id is read under the lock: the host may go as soon as it is freed.
-    return findNamed(m_pCoordination->lock, m_pHosts, name, m_pLog,
-                     "[EventHandler::FindHostID] host is NULL",
-                     [](EventHost* host, bool nullEntry) {
-                         return host != nullptr ? host->getId() : nullEntry ? 0 : -1;
-                     });
+    Guard lists(m_pCoordination->lock);
+    EventHost* host = findByName(m_pHosts, name);
+    return host != nullptr ? host->getId() : -1;
 }
 
 int EventHandler::CatchUpMutex() {
@@ -444,11 +408,6 @@ int EventHandler::CatchUpMutex() {
             if (m_pTmpHosts->Count() == 0)
                 break;
             host = static_cast<EventHost*>(m_pTmpHosts->At(0));
-        }
-        if (host == nullptr) {
-            if (m_pLog != nullptr)
-                m_pLog->WriteError("[EventHandler::CatchUpMutex] host is NULL");
-            break;
         }
         if (host->getMutex() != nullptr)
             Gate::take(host->getMutex()); // the dispatcher holds the gate now
@@ -472,24 +431,15 @@ int EventHandler::CatchUpMutex() {
 
 EventMessage* EventHandler::Coordination::nextMessage(EventHandler& handler, bool greeting,
                                                       Head& next) {
-    EventMessage* message;
     if (greeting) {
         Guard queue(queueOf(handler.m_pQueue)->lock);
-        message = handler.m_pCoordination->greetings.front();
-    } else if (next.known) {
-        message = next.message;
-        next.known = false;
-        if (message == nullptr && next.empty)
-            return nullptr;
-    } else {
-        bool empty;
-        message = queueOf(handler.m_pQueue)->head(empty);
-        if (empty)
-            return nullptr;
+        return handler.m_pCoordination->greetings.front();
     }
-    if (message == nullptr && handler.m_pLog != nullptr)
-        handler.m_pLog->WriteError("[EventHandler::FireEvent] Message is NULL ");
-    return message;
+    if (next.known) {
+        next.known = false;
+        return next.message;
+    }
+    return queueOf(handler.m_pQueue)->head();
 }
 
 EventHandler::Outcome EventHandler::Coordination::deliverGuarded(EventHandler& handler,
@@ -541,40 +491,29 @@ int EventHandler::FireEvent() {
 EventHandler::Outcome EventHandler::deliver(EventMessage* message) {
     const int target = message->getTargetId();
     if (target == 0) {
-        if (broadcast(message))
-            return Outcome::Done;
-        if (m_pLog != nullptr)
-            m_pLog->WriteError("[EventHandler::FireEvent] Event Host is NULL ");
-        return Outcome::Kept;
+        broadcast(message);
+        return Outcome::Done;
     }
-    bool nullEntry = false;
-    if (EventHost* host = takeTarget(target, nullEntry)) {
+    if (EventHost* host = takeTarget(target)) {
         host->OnRecvMessage(message);
         deliveryDone(false);
         return Outcome::Done;
     }
-    if (m_pLog != nullptr) {
-        if (nullEntry)
-            m_pLog->WriteError("[EventHandler::findhost] host is NULL");
-        else
-            m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindHost]");
-    }
-    Found pending;
+    if (m_pLog != nullptr)
+        m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindHost]");
+    bool pending;
     {
         Guard lists(m_pCoordination->lock);
-        pending = findById(m_pTmpHosts, target);
+        pending = findById(m_pTmpHosts, target) != nullptr;
     }
-    if (pending == Found::Yes) {
+    if (pending) {
         // Not caught up yet: the message is dropped and the pass ends.
         if (m_pLog != nullptr)
             m_pLog->WriteDebug("[EventHandler::FireEvent] host is NULL and not find host");
         return Outcome::DroppedEndsPass;
     }
     if (m_pLog != nullptr) {
-        if (pending == Found::NullEntry)
-            m_pLog->WriteError("[EventHandler::FindTmpHost] host is NULL");
-        else
-            m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindTmpHost]");
+        m_pLog->WriteDebug("%s  can not find the host ", "[EventHandler::FindTmpHost]");
         m_pLog->WriteDebug("[EventHandler::FireEvent] not find hostid(%d)", target);
     }
     return Outcome::Done;
@@ -587,7 +526,7 @@ int EventHandler::getQueuedCount() {
     return queued + static_cast<int>(m_pCoordination->greetings.size());
 }
 
-bool EventHandler::broadcast(EventMessage* message) {
+void EventHandler::broadcast(EventMessage* message) {
     Coordination& c = *m_pCoordination;
     {
         Guard lists(c.lock);
@@ -600,14 +539,9 @@ bool EventHandler::broadcast(EventMessage* message) {
             Guard lists(c.lock);
             if (c.broadcastNext >= c.broadcastEnd) {
                 c.broadcastNext = c.broadcastEnd = -1;
-                return true;
+                return;
             }
-            host = static_cast<EventHost*>(m_pHosts->At(c.broadcastNext));
-            if (host == nullptr) {
-                c.broadcastNext = c.broadcastEnd = -1;
-                return false;
-            }
-            ++c.broadcastNext;
+            host = static_cast<EventHost*>(m_pHosts->At(c.broadcastNext++));
             c.delivering = host;
         }
         host->OnRecvMessage(message);
@@ -624,25 +558,13 @@ void EventHandler::catchUpSafely() {
     }
 }
 
-EventHost* EventHandler::takeTarget(int id, bool& nullEntry) {
+EventHost* EventHandler::takeTarget(int id) {
     Coordination& c = *m_pCoordination;
     Guard lists(c.lock);
-    // Every list call passes the list's semaphore, so the walk reads items
-    // until it finds the host and counts only when it meets a null, to tell a
-    // null entry from the end of the list.
-    for (int i = 0;; ++i) {
-        EventHost* host = static_cast<EventHost*>(m_pHosts->At(i));
-        if (host == nullptr) {
-            nullEntry = i < m_pHosts->Count();
-            return nullptr;
-        }
-        // The first host with the id wins, also when the id counter wrapped
-        // and two hosts share it.
-        if (host->getId() == id) {
-            c.delivering = host;
-            return host;
-        }
-    }
+    // The first host with the id wins, also when the id counter wrapped and
+    // two hosts share it.
+    c.delivering = findById(m_pHosts, id);
+    return c.delivering;
 }
 
 void EventHandler::deliveryDone(bool endBroadcast) {
@@ -668,7 +590,7 @@ void EventHandler::dropHead(EventMessage* head, Head& next) {
     // meanwhile.
     MessageList* queue = queueOf(m_pQueue);
     queue->pop();
-    next.message = queue->head(next.empty);
+    next.message = queue->head();
     next.known = true;
     delete head;
 }

@@ -112,10 +112,7 @@ bool EventHostThread::WaitMessage(EventMessage* out) {
             break;
     }
 
-    bool empty;
-    EventMessage* next = queue->head(empty);
-    if (next == nullptr)
-        return false;
+    EventMessage* next = queue->head(); // not null: only this thread removes
     // Busy from here on. A message can be taken without passing the gate
     // (the queue was not empty); the status must still leave 0, or the
     // dispatcher, which waits while it is 0, would wait out its whole second

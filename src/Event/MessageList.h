@@ -62,12 +62,12 @@ public:
         m_elements.push_back(message);
     }
 
-    // At(0), and whether the list is empty, read in the same look.
-    EventMessage* head(bool& empty) {
+    // At(0): the first message, null when the list is empty (a message
+    // queued is never null).
+    EventMessage* head() {
         PassLock();
         Guard guard(lock);
-        empty = m_elements.empty();
-        return empty ? nullptr : static_cast<EventMessage*>(m_elements.front());
+        return m_elements.empty() ? nullptr : static_cast<EventMessage*>(m_elements.front());
     }
 
     // Count.

@@ -54,8 +54,11 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
     // Look-ups search the active list and log what they miss.
     EXPECT_EQ(events->FindHostID("alpha"), alpha.getId());
     EXPECT_EQ(events->FindHostID("nobody"), -1);
+    EXPECT_EQ(events->FindHost("alpha"), &alpha);
     EXPECT_EQ(events->FindHost(4242), nullptr);
     expectLine(m_sink, "[DEBUG] [EventHandler::FindHost]  can not find the host ");
+    EXPECT_EQ(events->FindTmpHost(alpha.getId()), nullptr); // only pending hosts
+    expectLine(m_sink, "[DEBUG] [EventHandler::FindTmpHost]  can not find the host ");
     EXPECT_EQ(events->Register(nullptr), -1);
     EXPECT_EQ(events->UnRegister(nullptr), -1);
 
@@ -66,6 +69,8 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
         if (m->getEventId() != 1)
             return;
         events->Register(&late);
+        EXPECT_EQ(events->FindTmpHost(late.getId()), &late);
+        EXPECT_EQ(events->FindHost("late"), nullptr);
         pendingUnRegister = events->UnRegister(&late); // pending: not searched
         send(777, 3);                                  // nobody has id 777
         send(late.getId(), 5);                         // pending: dropped, the pass ends

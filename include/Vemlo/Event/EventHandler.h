@@ -103,7 +103,6 @@ private:
     // The queue's head as dropHead found it.
     struct Head {
         bool known = false;
-        bool empty = false;
         EventMessage* message = nullptr;
     };
     // What became of a message offered for delivery.
@@ -121,9 +120,8 @@ private:
     // Delivers `message` to its target(s) or drops it, with the lines that
     // tell which. Handlers' exceptions pass through.
     Outcome deliver(EventMessage* message);
-    // Delivers `message` to every active host; false when a null entry
-    // stopped it.
-    bool broadcast(EventMessage* message);
+    // Delivers `message` to every active host.
+    void broadcast(EventMessage* message);
     // CatchUpMutex, its failures dropped.
     void catchUpSafely();
     // Takes `host` out of the active list and opens its gate (at once, or
@@ -133,8 +131,8 @@ private:
     // waits for a delivery to it that is under way (never from inside it).
     static void hostDestroyed(EventHost* host);
     // The first active host with `id`, marked as being delivered to; null
-    // when none. `nullEntry` tells a null entry on the way.
-    EventHost* takeTarget(int id, bool& nullEntry);
+    // when none.
+    EventHost* takeTarget(int id);
     // Clears the delivery mark (and the broadcast, when `endBroadcast`),
     // opens the gate of a host unregistered during its delivery, and wakes
     // the destructor of a host waiting for it.
