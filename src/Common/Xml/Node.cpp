@@ -7,6 +7,7 @@
 #include "Common/Xml/XmlScanner.h"
 
 #include <cstring>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -177,7 +178,7 @@ int Node::dropChild(int index) {
 
 int Node::removeAll() {
     // Descendants are taken over before each node is deleted, so deleting a
-    // tree of any depth never recurses.
+    // tree of any depth never recurses (but when memory runs out, below).
     std::vector<Node*> doomed;
     doomed.swap(m_children);
     while (!doomed.empty()) {
@@ -185,8 +186,14 @@ int Node::removeAll() {
         doomed.pop_back();
         if (!node)
             continue;
-        doomed.insert(doomed.end(), node->m_children.begin(), node->m_children.end());
-        node->m_children.clear();
+        try {
+            doomed.insert(doomed.end(), node->m_children.begin(), node->m_children.end());
+            node->m_children.clear();
+        } catch (const std::bad_alloc&) {
+            // Out of memory (this runs in destructors, where a throw would
+            // abort the program): the node's own destructor frees its
+            // children instead, at the price of one level of recursion.
+        }
         delete node;
     }
     return 1;
