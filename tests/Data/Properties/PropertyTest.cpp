@@ -171,6 +171,10 @@ TEST_F(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     EXPECT_STREQ(p.getValue("Base.Log.Level"), "3");
     EXPECT_EQ(p.getObjValue("A"), nullptr); // a branch is no entry, even with text
     EXPECT_STREQ(p.getValue("Dup"), "2");   // the later one wins
+    // Keys under a prefix are cut at 2047 bytes, also when the prefix is longer.
+    const std::string prefix(3000, 'k');
+    EXPECT_EQ(p.ParseNodes(p.getNode("Base"), prefix.c_str()) + p.ParseNodes(nullptr, ""), 1);
+    EXPECT_STREQ(p.getValue(prefix.substr(0, 2047).c_str()), "3");
 
     // A second Load copies the held document again without rereading the file.
     WriteFile(path, "<FileProperty><Other>1</Other></FileProperty>");
