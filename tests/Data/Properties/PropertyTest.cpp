@@ -247,12 +247,22 @@ TEST_F(FilePropertyTest, FailedLoadThrows201AndLeavesAnEmptyShell) {
     // The first use of a missing plain-text file fails, having created it.
     ExpectThrown<PropertyException>([&] { p.setFileName(text.c_str(), 0); }, 201,
                                     "Cannot Load Property File");
+    // The empty shell: reads give nothing; writes, copies and Update do nothing.
+    p.setValue("lost", "x");
+    Vemlo::Data::Object kept;
+    p.setObjValue("lost", &kept); // not taken
+    FileProperty shell(p);
     EXPECT_EQ(p.getObjValue("lost"), nullptr);
-    EXPECT_EQ(p.Update(), 0);
+    EXPECT_EQ(std::string(p.getValue("lost")) + shell.getValue("lost"), "");
+    EXPECT_EQ(p.getIntValue("lost") + p.getDoubleValue("lost") + p.Update(), 0.0);
 
-    // The next attempt succeeds; the path may come from the object itself.
+    // The next attempt succeeds; the path may come from the object itself. A
+    // copy reads a plain-text set of its own; assignment deliberately does nothing.
     EXPECT_EQ(p.setFileName(p.getFileName(), 0), 1);
-    EXPECT_STREQ(p.getValue("Comment"), "Trimlo Configuration File");
+    FileProperty copy(p);
+    shell = copy;
+    EXPECT_EQ(std::string(copy.getValue("Comment")) + shell.getValue("Comment"),
+              "Trimlo Configuration File");
 }
 
 TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
