@@ -315,6 +315,25 @@ TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
     }
 }
 
+#ifdef VEMLO_TEST_WITHOUT_SANITIZER
+// A plain-text file that cannot be opened is an error naming it; the XML
+// format reads and writes nothing, and creates no file.
+TEST_F(FilePropertyTest, WithoutAFreeDescriptorFilesAreNotOpened) {
+    WriteFile(path, "#\nA=1;\n");
+    const std::string failed = "cannot open file [" + path + "]", xml = dir.file("x");
+    PlaneTextProperty p;
+    XmlProperty x;
+    {
+        VemloTest::WithoutFreeDescriptors none;
+        ExpectThrown<PropertyException>([&] { p.Load(path.c_str()); }, 0, failed.c_str());
+        ExpectThrown<PropertyException>([&] { p.Update(path.c_str()); }, 0, failed.c_str());
+        EXPECT_EQ(x.Load(xml.c_str()) + x.Update(xml.c_str()), 0);
+    }
+    EXPECT_NE(access(xml.c_str(), F_OK), 0);
+    EXPECT_EQ(ReadFile(path), "#\nA=1;\n");
+}
+#endif
+
 TEST_F(FilePropertyTest, FailedUpdateLeavesTheOldFileAndNoTemporaryFile) {
     for (const bool xml : {true, false}) {
         SCOPED_TRACE(xml ? "xml" : "plain text");
