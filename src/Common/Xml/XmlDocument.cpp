@@ -25,7 +25,10 @@ XmlDocument::~XmlDocument() {
 
 int XmlDocument::LoadXML(String xml) {
     try {
-        XmlScanner scanner(xml.data(), xml.size());
+        // c_str(), not data(): with the copy-on-write strings of the older
+        // string ABI, data() first unshares the text from the caller's copy,
+        // an allocation that, failing, would abort the program.
+        XmlScanner scanner(xml.c_str(), xml.size());
         const XmlScanner::View text = scanner.view(0, static_cast<long>(xml.size()));
 
         const long decl = text.find("?>", 0);
