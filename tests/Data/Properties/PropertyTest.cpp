@@ -185,6 +185,8 @@ TEST_F(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     XmlProperty early;
     early.setValue("New", "1");
     EXPECT_EQ(early.Update(path.c_str()), 1);
+    // What is no plain file is opened as it is: a full device, a folder.
+    EXPECT_EQ(early.Update("/dev/full") + early.Update(dir.path().c_str()), 0);
     EXPECT_EQ(ReadFile(path), "\n<FileProperty>\n<Other>1</Other>\n<New>1</New>\n</FileProperty>");
     // Nothing without a path, nor where the file cannot be made.
     EXPECT_EQ(XmlProperty().Load(nullptr) + XmlProperty().Update(dir.file("no/p").c_str()), 0);
