@@ -245,13 +245,9 @@ EventHandler* EventHandler::getInstance() {
         return instance;
     instance = new EventHandler();
     m_pInstance.store(instance);
-    try {
-        instance->Start();
-    } catch (Vemlo::Common::Exception* e) {
-        if (instance->m_pLog != nullptr)
-            instance->m_pLog->WriteDebug("[%s] exception msg(%s)", "getInstance", e->GetMessage());
-        delete e; // thrown by Start() itself: nobody else holds it
-    }
+    // Start() throws nothing (it reports by its result), so nothing here
+    // has an exception to log.
+    instance->Start();
     return instance;
 }
 
