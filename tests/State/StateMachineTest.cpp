@@ -187,8 +187,7 @@ TEST_F(StateUnitTest, TheFirstMatchingTransitionWithAPostStateFiresAndTheLast99S
         EXPECT_EQ(a.OnTransition(&m, &machine), &a);
     }
     EXPECT_EQ(a.OnTransition(nullptr, &machine), &a);
-    EXPECT_EQ(g_actions, 1);
-    EXPECT_EQ(machine.getHistory()->Count(), 2);
+    EXPECT_EQ(std::make_pair(g_actions, machine.getHistory()->Count()), std::make_pair(1, 2));
 
     // A null entry in the list is reported and ends the search.
     a.transitions.Add(static_cast<Vemlo::Data::Object*>(nullptr));
