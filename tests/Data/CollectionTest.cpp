@@ -39,7 +39,8 @@ int Section(int id, bool enter) {
 
 // Bad indexes and null items are safe; text items are HashElements. The
 // delete flag at the moment of removal decides whether an item is deleted.
-TEST(ArrayListTest, BadIndexesAreSafeAndTheDeleteFlagDecidesOwnership) {
+// Every call waits for the list's section, and the set goes with the list.
+TEST(ArrayListTest, BadIndexesAreSafeTheDeleteFlagDecidesOwnershipAndCallsWaitForTheSection) {
     std::atomic<int> deaths{0};
     CountingObject kept(deaths);
     {
@@ -67,10 +68,7 @@ TEST(ArrayListTest, BadIndexesAreSafeAndTheDeleteFlagDecidesOwnership) {
         later.setDeleteFlag(true);
     }
     EXPECT_EQ(deaths, 4);
-}
 
-TEST(ArrayListTest, LockedCallsWaitForTheSectionAndTheSetGoesWithTheList) {
-    std::atomic<int> deaths{0};
     int id;
     {
         Probe<ArrayList> list;
@@ -96,8 +94,7 @@ TEST(ArrayListTest, LockedCallsWaitForTheSectionAndTheSetGoesWithTheList) {
         EXPECT_EQ(semctl(id, 0, GETVAL), 0); // left again
     }
     errno = 0; // the destructor removes the set
-    EXPECT_EQ(semctl(id, 0, GETVAL), -1);
-    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ((std::pair<int, int>{semctl(id, 0, GETVAL), errno}), std::make_pair(-1, EINVAL));
 }
 
 // An iterator owns its items: a leak shows under the sanitizers.

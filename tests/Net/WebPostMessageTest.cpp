@@ -121,7 +121,7 @@ TEST_F(WebPostMessageTest, RepliesGiveTheirTextAfterTheFirstBlankLineSpooledFrom
     EXPECT_EQ(request.head.rfind("POST /split HTTP/1.1\n", 0), 0u) << request.head;
 }
 
-TEST_F(WebPostMessageTest, UrlsAreSplitAndFailedExchangesGiveZero) {
+TEST_F(WebPostMessageTest, UrlsAreSplitFailuresGiveZeroAndSpoolPathsAreConfigured) {
     // "bad host" is refused by the resolver, so the exchange stops after
     // splitting the URL (and reports 1: no connection). Without a "/" after
     // the host, the whole URL is the path.
@@ -149,10 +149,8 @@ TEST_F(WebPostMessageTest, UrlsAreSplitAndFailedExchangesGiveZero) {
     ASSERT_EQ(dup2(saved, 0), 0);
     close(saved);
     EXPECT_EQ(out, "kept");
-}
 
-TEST_F(WebPostMessageTest, SpoolPathsComeFromTheConfiguration) {
-    // No value: "_<n>", in the working directory.
+    // Spool paths come from the configuration. No value: "_<n>", in the working directory.
     configure("");
     const int first = takeSpoolNumber();
     EXPECT_EQ(WebPostMessage::GetTempFilePath(), "_" + std::to_string(first + 1));
@@ -166,7 +164,6 @@ TEST_F(WebPostMessageTest, SpoolPathsComeFromTheConfiguration) {
               std::string::npos);
     // A folder that does not exist: the reply cannot be spooled, so 0.
     configure(folder() + "/missing/http");
-    String out("kept");
     EXPECT_EQ(post("/body/200000", &out), 0);
     EXPECT_EQ(out, "kept");
     // A path the shell would split is removed without the shell: "my" survives.

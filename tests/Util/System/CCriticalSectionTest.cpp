@@ -34,8 +34,7 @@ TEST(CCriticalSectionTest, OwnsOneKernelSetThatExcludesWritersAndGoesWithItButId
         EXPECT_EQ(semctl(id, 0, GETVAL), 1);
     }
     errno = 0; // the destructor removed the set
-    EXPECT_EQ(semctl(id, 0, GETVAL), -1);
-    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ((std::pair<int, int>{semctl(id, 0, GETVAL), errno}), std::make_pair(-1, EINVAL));
 
     // In a child process inside an IPC namespace of its own, whose objects
     // vanish with it: set id 0 is never removed, and past the limit lists
