@@ -74,7 +74,9 @@ protected:
 
 } // namespace
 
-TEST_F(WebPostMessageTest, RepliesGiveTheirTextAfterTheFirstBlankLineSpooledFrom100000Bytes) {
+// Then URLs are split, failed exchanges give 0 and spool paths come from the
+// configuration.
+TEST_F(WebPostMessageTest, RepliesGiveTheTextAfterTheBlankLineUrlsAreSplitSpoolPathsConfigured) {
     std::string upToNul(255, '\0'); // binary replies end at their first NUL
     std::iota(upToNul.begin(), upToNul.end(), '\1');
     const struct {
@@ -119,9 +121,7 @@ TEST_F(WebPostMessageTest, RepliesGiveTheirTextAfterTheFirstBlankLineSpooledFrom
     EXPECT_EQ(request.body, "a=1&b=two");
     ASSERT_TRUE(peer.nextRequest(request));
     EXPECT_EQ(request.head.rfind("POST /split HTTP/1.1\n", 0), 0u) << request.head;
-}
 
-TEST_F(WebPostMessageTest, UrlsAreSplitFailuresGiveZeroAndSpoolPathsAreConfigured) {
     // "bad host" is refused by the resolver, so the exchange stops after
     // splitting the URL (and reports 1: no connection). Without a "/" after
     // the host, the whole URL is the path.

@@ -278,7 +278,7 @@ std::string DecodeC(Base64C& codec, const std::string& text, int len = -1) {
 
 // RFC 4648 section 10, both ways with both codecs; the plain encoder reports
 // one more than the characters when the input length is a multiple of 3.
-TEST(Base64Test, BothCodecsMatchRfc4648BothWaysAndBase64CBreaksLinesAt80) {
+TEST(Base64Test, BothCodecsMatchRfc4648Base64CBreaksLinesAndDecodingSkipsOrStops) {
     Base64C codec;
     const std::string plain = "foobar";
     const char* const texts[] = {"", "Zg==", "Zm8=", "Zm9v", "Zm9vYg==", "Zm9vYmE=", "Zm9vYmFy"};
@@ -305,10 +305,9 @@ TEST(Base64Test, BothCodecsMatchRfc4648BothWaysAndBase64CBreaksLinesAt80) {
     EXPECT_EQ(DecodeC(codec, "TW-Fu"), "M");                // stops at '-', partial group "TW"
     EXPECT_EQ(DecodeC(codec, "TWFuTWFu", 6), "ManM");       // at most len characters
     EXPECT_EQ(DecodeC(codec, "TWFu", -4), "");
-}
 
-TEST(Base64Test, DecodeStopsAtNulOrPaddingAndSkipsOtherCharacters) {
-    // Anything outside the alphabet is skipped.
+    // The plain decoder stops at NUL or padding; anything outside the
+    // alphabet is skipped.
     EXPECT_EQ(Decode(" T W\r\n-F*u\x80", 4), std::string("3:Man\0", 6));
     // '=' after 2: the partial byte and the next zeroed; after 3: nothing read
     // after it; after 0 or 1 characters of a group: misplaced.

@@ -42,8 +42,9 @@ std::string loaded(const char* xml) {
 } // namespace
 
 // Searches are pre-order and include the starting node. Ownership mistakes
-// show as leaks or double frees under the sanitizers.
-TEST(NodeTest, SearchesArePreOrderDropHandsTheChildOverAndRemoveDeletesIt) {
+// show as leaks or double frees under the sanitizers. A node reads its own
+// element; an attribute's text needs neither quotes nor '='.
+TEST(NodeTest, SearchesArePreOrderOwnershipMovesAndLoadXmlReadsOneElement) {
     // root( a( target=deep ), b( target=shallow ), target=last )
     std::unique_ptr<Node> root(new Node("root"));
     Node *a = new Node("a"), *b = new Node("b"), *deep = new Node("target"),
@@ -86,6 +87,16 @@ TEST(NodeTest, SearchesArePreOrderDropHandsTheChildOverAndRemoveDeletesIt) {
                                 root->LoadXML(nullptr), root->getNodeListByName("a", nullptr)}),
               (std::vector<int>{0, 1, 0, 0, 0, 0, 0, 1}));
     EXPECT_EQ(root->getAttributeByName("k"), nullptr);
+
+    Node node;
+    EXPECT_EQ(node.LoadXML("<a k='v'> <b>1</b> </a>"), 1);
+    EXPECT_EQ(describe(&node), "a{k=v,}[](b{}[1]();)");
+    Attribute open, bare, blank;
+    open.LoadXML(" k = \"v");
+    bare.LoadXML("plain");
+    blank.LoadXML("  =\"1\""); // a name of blanks is empty
+    EXPECT_EQ(std::string(open.getOuterXml()) + bare.getOuterXml() + blank.getOuterXml(),
+              "k=\"v\"plain=\"plain\"=\"1\"");
 }
 
 TEST(NodeTest, DeepTreesNeedNoRecursion) {
@@ -105,19 +116,6 @@ TEST(NodeTest, DeepTreesNeedNoRecursion) {
     // "\n<level>" + "\n</level>" per level, "\n<bottom></bottom>" at the tip.
     EXPECT_EQ(out.size(), size_t(kDepth - 1) * 17 + 18);
     delete root;
-}
-
-// A node reads its own element; an attribute's text needs neither quotes nor '='.
-TEST(NodeTest, LoadXmlReadsOneElementAndAttributeTextsAreLenient) {
-    Node node;
-    EXPECT_EQ(node.LoadXML("<a k='v'> <b>1</b> </a>"), 1);
-    EXPECT_EQ(describe(&node), "a{k=v,}[](b{}[1]();)");
-    Attribute open, bare, blank;
-    open.LoadXML(" k = \"v");
-    bare.LoadXML("plain");
-    blank.LoadXML("  =\"1\""); // a name of blanks is empty
-    EXPECT_EQ(std::string(open.getOuterXml()) + bare.getOuterXml() + blank.getOuterXml(),
-              "k=\"v\"plain=\"plain\"=\"1\"");
 }
 
 TEST(XmlDocumentTest, ReadsTheTextWithTheScannerRulesFilesRelyOn) {
