@@ -41,8 +41,7 @@ TEST(StringTest, ReplaceEditsInPlaceCountedReplaceWorksOnACopyTrimAndCaseKeepThe
     EXPECT_EQ(path, "/var/lib/device-service/app.db");
 
     String s("aaa");
-    EXPECT_EQ(s.Replace("a", "b", 2), "bba");
-    EXPECT_EQ(s, "aaa");
+    EXPECT_EQ((Items{s.Replace("a", "b", 2).str(), s.str()}), (Items{"bba", "aaa"}));
     EXPECT_EQ(s.Replace("a", "b", 0), "");                         // count 0 gives an empty text
     EXPECT_EQ(s.Replace("", "b") + s.Replace("x", "b"), "aaaaaa"); // nothing to replace
     // Inserted text can match again, and passes stop at the string's length.
