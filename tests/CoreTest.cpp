@@ -11,7 +11,7 @@ using Items = std::vector<std::string>;
 // the contract the output is cut there, never written beyond the buffer (ASan
 // watches the build that runs this). (That a string assigned to itself is
 // empty, the self-test checks.)
-TEST(StringTest, AppendComparisonAndAssignmentReadEveryOperandAndFormatCutsAt2047) {
+TEST(StringTest, EveryOperationReadsEveryOperandAndKeepsItsLimits) {
     const char* null = nullptr;
     String s("abc");
     s = null; // null text is empty
@@ -32,18 +32,16 @@ TEST(StringTest, AppendComparisonAndAssignmentReadEveryOperandAndFormatCutsAt204
     const std::string longer(5000, 'y');
     s.Format("%s%s", longer.c_str(), "tail");
     EXPECT_EQ(s.str(), std::string(2047, 'y'));
-}
 
-// Then TrimLeft|TrimRight|ToLower|ToUpper of each text.
-TEST(StringTest, ReplaceEditsInPlaceCountedReplaceWorksOnACopyTrimAndCaseKeepTheirLimits) {
+    // Replace; then TrimLeft|TrimRight|ToLower|ToUpper of each text.
     String path("/var/lib/app/app.db");
     EXPECT_EQ(path.Replace("app", "device-service"), "/var/lib/device-service/app.db");
     EXPECT_EQ(path, "/var/lib/device-service/app.db");
 
-    String s("aaa");
-    EXPECT_EQ((Items{s.Replace("a", "b", 2).str(), s.str()}), (Items{"bba", "aaa"}));
-    EXPECT_EQ(s.Replace("a", "b", 0), "");                         // count 0 gives an empty text
-    EXPECT_EQ(s.Replace("", "b") + s.Replace("x", "b"), "aaaaaa"); // nothing to replace
+    String three("aaa");
+    EXPECT_EQ((Items{three.Replace("a", "b", 2).str(), three.str()}), (Items{"bba", "aaa"}));
+    EXPECT_EQ(three.Replace("a", "b", 0), ""); // count 0 gives an empty text
+    EXPECT_EQ(three.Replace("", "b") + three.Replace("x", "b"), "aaaaaa"); // nothing to replace
     // Inserted text can match again, and passes stop at the string's length.
     EXPECT_EQ(String("ab").Replace("a", "aa", 5), "aaab");
 

@@ -175,7 +175,7 @@ TEST(TableTest, WalksItsOwnRowsAndReadsCellsByColumnNameLeniently) {
               (std::vector<int>{12, 42, INT_MAX, INT_MIN, 0, 0}));
 }
 
-TEST(BoxTest, EveryAddFormStoresItsValueAndAutomaticKeysFollowTheEntryCount) {
+TEST(BoxTest, EveryAddFormStoresItsValueCopiesShareEntriesAndTheResponseResultTravels) {
     ReqBox box; // a request is a box with texts of its own
     const std::vector<int> added{box.Add(5),        box.Add("name", 1.5f),
                                  box.Add(7),        box.Add("n", -3),
@@ -189,12 +189,10 @@ TEST(BoxTest, EveryAddFormStoresItsValueAndAutomaticKeysFollowTheEntryCount) {
     // "%I64d": width 64, the value read as a signed 32-bit int.
     EXPECT_EQ(box.Add("big", 2147483648ul), 1);
     EXPECT_EQ(std::string(box.getValue("big")), std::string(53, ' ') + "-2147483648");
-}
 
-// Copies share one table: a double delete or a leak shows under the sanitizers.
-// A response's result travels with copies and assignment, which leaves the
-// entries.
-TEST(BoxTest, CopiesShareEntriesUntilTheLastGoesAndTheResponseResultTravelsWithThem) {
+    // Copies share one table: a double delete or a leak shows under the
+    // sanitizers. A response's result travels with copies and assignment,
+    // which leaves the entries.
     Box* original = new Box();
     original->Add("v", new Vemlo::Data::Object);
     Box* copy = new Box(*original);

@@ -42,8 +42,7 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEnd
     for (int i = 0; i < 300; ++i) {
         Spinner quick(true);
         ASSERT_TRUE(waitFor([&] { return quick.getState() == 0; }));
-        ASSERT_TRUE(quick.Start());
-        ASSERT_TRUE(quick.Wait(10000));
+        ASSERT_TRUE(quick.Start() && quick.Wait(10000));
         ASSERT_EQ(quick.getState(), 2) << "round " << i;
         quick.Stop(true);
     }

@@ -118,37 +118,6 @@ TEST(NodeTest, DeepTreesNeedNoRecursion) {
     delete root;
 }
 
-TEST(XmlDocumentTest, ReadsTheTextWithTheScannerRulesFilesRelyOn) {
-    const char* const rows[][2] = {
-        // A second top-level element is ignored.
-        {"<?xml version=\"1.0\"?>\n<a x='1' y=\"2\">  t  </a><second/>", "1:a{x=1,y=2,}[t]();"},
-        // An element is cut at the first end tag of its name.
-        {"<a><a>x</a></a>", "1:a{}[]();"},
-        // A comment ends at its first '>', so a commented-out element whose
-        // comment holds a '>' comes back.
-        {"<r><!-- old > <k>0</k> --><k>1</k></r>", "1:r{}[](k{}[0]();k{}[1](););"},
-        // `<root/>` alone loads as one unnamed, empty element; with attributes,
-        // as nothing.
-        {"<root/>", "1:{}[]();"},
-        {"<root a=\"1\"/>", "0:"},
-        // No element, or a root without its end, is nothing.
-        {"plain text", "0:"},
-        {"<a/ >", "0:"},
-        // Inside, an element without its end is dropped; "/>" closes one with
-        // attributes; a '/' in a name reads as a blank.
-        {"<r><k>1</r>", "1:r{}[]();"},
-        {"<r><k a='1'/><j>2</j></r>", "1:r{}[](k{a=1,}[]();j{}[2](););"},
-        {"<r><a/b>1</a/b></r>", "1:r{}[](a b{}[](););"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(loaded(row[0]), row[1]) << row[0];
-    // The end tag searched is formatted text, cut at 2047 characters: a name
-    // of 2046 ends at the first end tag that starts like its own.
-    const std::string n(2046, 'a');
-    EXPECT_EQ(loaded(("<r><" + n + ">1</" + n + "b>2</" + n + "></r>").c_str()),
-              "1:r{}[](" + n + "{}[1]();" + ");");
-}
-
 namespace {
 
 // A random tree that the writer and the scanner agree on: values only on
@@ -180,7 +149,38 @@ void grow(Node* node, std::mt19937& rng, int depth, int& budget) {
 
 } // namespace
 
-TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTreeAndFailuresThrowWithTheirCode) {
+// The text is read with the scanner rules files rely on; written files load
+// back into the same tree; failures throw with their code.
+TEST(XmlDocumentTest, ReadsTheScannerRulesWrittenFilesLoadBackAndFailuresThrowWithTheirCode) {
+    const char* const rows[][2] = {
+        // A second top-level element is ignored.
+        {"<?xml version=\"1.0\"?>\n<a x='1' y=\"2\">  t  </a><second/>", "1:a{x=1,y=2,}[t]();"},
+        // An element is cut at the first end tag of its name.
+        {"<a><a>x</a></a>", "1:a{}[]();"},
+        // A comment ends at its first '>', so a commented-out element whose
+        // comment holds a '>' comes back.
+        {"<r><!-- old > <k>0</k> --><k>1</k></r>", "1:r{}[](k{}[0]();k{}[1](););"},
+        // `<root/>` alone loads as one unnamed, empty element; with attributes,
+        // as nothing.
+        {"<root/>", "1:{}[]();"},
+        {"<root a=\"1\"/>", "0:"},
+        // No element, or a root without its end, is nothing.
+        {"plain text", "0:"},
+        {"<a/ >", "0:"},
+        // Inside, an element without its end is dropped; "/>" closes one with
+        // attributes; a '/' in a name reads as a blank.
+        {"<r><k>1</r>", "1:r{}[]();"},
+        {"<r><k a='1'/><j>2</j></r>", "1:r{}[](k{a=1,}[]();j{}[2](););"},
+        {"<r><a/b>1</a/b></r>", "1:r{}[](a b{}[](););"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(loaded(row[0]), row[1]) << row[0];
+    // The end tag searched is formatted text, cut at 2047 characters: a name
+    // of 2046 ends at the first end tag that starts like its own.
+    const std::string n(2046, 'a');
+    EXPECT_EQ(loaded(("<r><" + n + ">1</" + n + "b>2</" + n + "></r>").c_str()),
+              "1:r{}[](" + n + "{}[1]();" + ");");
+
     TempDir dir;
     const bool haveXmllint = std::system("command -v xmllint > /dev/null 2>&1") == 0;
     std::mt19937 rng(20261121);
