@@ -155,8 +155,7 @@ TEST(TableTest, WalksItsOwnRowsAndReadsCellsByColumnNameLeniently) {
         row->addString(cell);
         loose.addString(cell);
     }
-    EXPECT_TRUE(table.addRow(row));
-    EXPECT_FALSE(table.addRow(nullptr));
+    EXPECT_TRUE(table.addRow(row) && !table.addRow(nullptr));
     EXPECT_EQ(
         (std::vector<bool>{table.MoveNext(), table.MoveNext(), (table.Reset(), table.MoveNext())}),
         (std::vector<bool>{true, false, true}));

@@ -36,8 +36,7 @@ TEST_F(LoggerTest, HandsOutOneChannelPerNameWithTheConfiguredLevelOrNullAndWhyWi
     // caller's to delete.
     std::unique_ptr<FileLog> earlier(log);
     FileLog* fresh = logger->GenerateLog("app");
-    EXPECT_NE(fresh, log);
-    EXPECT_EQ(logger->getLog("app"), fresh);
+    EXPECT_TRUE(fresh != log && logger->getLog("app") == fresh);
 
     Logger::DestroyLogger(); // a fresh registry, without a level
     configure(m_config, {{"Base.Log.BackupRange", "5"}});

@@ -128,9 +128,8 @@ TEST_F(WebPostMessageTest, RepliesGiveTheTextAfterTheBlankLineUrlsAreSplitSpoolP
         PostObject post;
         post.m_sUrl = url;
         EXPECT_EQ(WebPostMessage::HTTPPostMethod(&post), 1);
-        EXPECT_EQ(post.m_sHost, "bad host");
-        EXPECT_EQ(post.m_nPort, 8080);
-        EXPECT_EQ(post.m_sPath, url[20] ? "/form" : url);
+        EXPECT_EQ(std::make_tuple(post.m_sHost.str(), post.m_nPort, post.m_sPath.str()),
+                  std::make_tuple("bad host", 8080, url[20] ? "/form" : url));
     }
     PostObject fresh; // no receive buffer yet: nothing is read
     EXPECT_EQ(WebPostMessage::MessageReceive(&fresh), 0);
@@ -171,8 +170,7 @@ TEST_F(WebPostMessageTest, RepliesGiveTheTextAfterTheBlankLineUrlsAreSplitSpoolP
     std::fclose(std::fopen(kept.c_str(), "w"));
     configure(folder() + "/my spool");
     EXPECT_EQ(post("/body/150000", &out), 1);
-    EXPECT_TRUE(fs::exists(kept));
-    EXPECT_EQ(entries(folder(), "my spool"), 0u);
+    EXPECT_TRUE(fs::exists(kept) && entries(folder(), "my spool") == 0u);
     fs::remove_all(decoy);
     configure(folder() + "/http");
 }
@@ -190,8 +188,7 @@ TEST_F(WebPostMessageTest, AServerThatNeverEndsKeepsTheCallUntilItGoes) {
     peer.stop(); // the connection closes with the server
     ASSERT_EQ(endless.wait_for(30s), std::future_status::ready);
     EXPECT_TRUE(arrived && waiting) << "returned before the server went";
-    EXPECT_EQ(endless.get(), 1);
-    EXPECT_TRUE(spooled);
+    EXPECT_EQ(std::make_pair(endless.get(), spooled), std::make_pair(1, true));
     EXPECT_TRUE(endlessOut.str() == pattern(endlessOut.length()));
 }
 
@@ -225,8 +222,7 @@ TEST(WebPostMessageStepsTest, StepsExchangeOverASocketAndReportAVanishedPeer) {
     EXPECT_EQ(WebPostMessage::SendBytes(pair[0], data, 3), -1);
     EXPECT_EQ(WebPostMessage::MessageExchange(&post), 2002);
     EXPECT_EQ(WebPostMessage::ConnectionClose(&post), 0);
-    EXPECT_EQ(post.m_nSocket, -1);
-    EXPECT_FALSE(NetTest::isOpen(pair[0]));
+    EXPECT_TRUE(post.m_nSocket == -1 && !NetTest::isOpen(pair[0])) << post.m_nSocket;
     EXPECT_EQ(WebPostMessage::HTTPPostMethod(nullptr), 0);
     EXPECT_EQ(WebPostMessage::ServerConnect(nullptr), 1001);
     EXPECT_EQ(WebPostMessage::MessageSend(nullptr), 2002);

@@ -23,8 +23,7 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEnd
     EXPECT_GE(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(31));
 
     worker.release = true;
-    EXPECT_TRUE(worker.Wait(10000));
-    EXPECT_TRUE(worker.Stop(true));
+    EXPECT_TRUE(worker.Wait(10000) && worker.Stop(true));
 
     // A restart after Stop: a fresh OS thread, the flag cleared before the new Run().
     worker.release = false;
