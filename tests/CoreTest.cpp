@@ -7,7 +7,11 @@ using Vemlo::Common::Exception;
 using Vemlo::Data::Collection::Iterator;
 using Items = std::vector<std::string>;
 
-TEST(StringTest, AppendConcatenationAndComparisonReadEveryOperand) {
+// Assignment copies up to the first NUL. Format keeps 2047 characters: past
+// the contract the output is cut there, never written beyond the buffer (ASan
+// watches the build that runs this). (That a string assigned to itself is
+// empty, the self-test checks.)
+TEST(StringTest, EveryOperationReadsEveryOperandAndKeepsItsLimits) {
     const char* null = nullptr;
     String s("abc");
     s = null; // null text is empty
@@ -19,39 +23,28 @@ TEST(StringTest, AppendConcatenationAndComparisonReadEveryOperand) {
         (std::vector<int>{ab == String("ab"), "ab" == ab, ab != c, ab != "c", "c" != ab, ab < c,
                           ab == c, "c" == ab, ab != String("ab"), ab != "ab", "ab" != ab, c < ab}),
         (std::vector<int>{1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0}));
-}
 
-// Assignment copies up to the first NUL. Format keeps 2047 characters: past
-// the contract the output is cut there, never written beyond the buffer (ASan
-// watches the build that runs this). (That a string assigned to itself is
-// empty, the self-test checks.)
-TEST(StringTest, AssignmentStopsAtNulAndFormatCutsAt2047Characters) {
-    String s(std::string("ab\0cd", 5)), assigned("old text");
-    assigned = s;
+    String text(std::string("ab\0cd", 5)), assigned("old text");
+    assigned = text;
     EXPECT_EQ(assigned.size(), 2u);
     s.Format("%s-%d-%.2f", "id", 42, 1.5);
     EXPECT_EQ(s, "id-42-1.50");
     const std::string longer(5000, 'y');
     s.Format("%s%s", longer.c_str(), "tail");
     EXPECT_EQ(s.str(), std::string(2047, 'y'));
-}
 
-TEST(StringTest, ReplaceEditsInPlaceButCountedReplaceWorksOnACopy) {
+    // Replace; then TrimLeft|TrimRight|ToLower|ToUpper of each text.
     String path("/var/lib/app/app.db");
     EXPECT_EQ(path.Replace("app", "device-service"), "/var/lib/device-service/app.db");
     EXPECT_EQ(path, "/var/lib/device-service/app.db");
 
-    String s("aaa");
-    EXPECT_EQ(s.Replace("a", "b", 2), "bba");
-    EXPECT_EQ(s, "aaa");
-    EXPECT_EQ(s.Replace("a", "b", 0), "");                         // count 0 gives an empty text
-    EXPECT_EQ(s.Replace("", "b") + s.Replace("x", "b"), "aaaaaa"); // nothing to replace
+    String three("aaa");
+    EXPECT_EQ((Items{three.Replace("a", "b", 2).str(), three.str()}), (Items{"bba", "aaa"}));
+    EXPECT_EQ(three.Replace("a", "b", 0), ""); // count 0 gives an empty text
+    EXPECT_EQ(three.Replace("", "b") + three.Replace("x", "b"), "aaaaaa"); // nothing to replace
     // Inserted text can match again, and passes stop at the string's length.
     EXPECT_EQ(String("ab").Replace("a", "aa", 5), "aaab");
-}
 
-// TrimLeft|TrimRight|ToLower|ToUpper of each text.
-TEST(StringTest, TrimAndCaseConversionKeepTheirLimits) {
     auto all = [](String s) {
         return (s.TrimLeft() + "|" + s.TrimRight() + "|" + s.ToLower() + "|" + s.ToUpper()).str();
     };
@@ -94,7 +87,9 @@ static std::string parts(Version& v) {
     return out + " (" + std::to_string(v.getCount()) + ")";
 }
 
-TEST(VersionTest, ComparesNumericallyOnlyWithEqualComponentCounts) {
+// Invalid texts change nothing; valid ones and the setters keep the components
+// the text has not got, the setters filling missing ones with zero.
+TEST(VersionTest, ComparesNumericallyOnlyWithEqualCountsAndSettersKeepComponents) {
     const struct {
         const char *left, *right;
         int eq, ne, gt, lt, ge, le;
@@ -110,11 +105,7 @@ TEST(VersionTest, ComparesNumericallyOnlyWithEqualComponentCounts) {
                   (std::vector<int>{c.eq, c.ne, c.gt, c.lt, c.ge, c.le}))
             << c.left << " vs " << c.right;
     }
-}
 
-// Invalid texts change nothing; valid ones and the setters keep the components
-// the text has not got, the setters filling missing ones with zero.
-TEST(VersionTest, SettersAndAssignmentKeepComponentsAndInvalidTextsChangeNothing) {
     for (const char* bad : {".1", "1.", "1..2", "1.a"})
         EXPECT_EQ(Version::isValidFormat(bad), 0) << bad;
     Version assigned("1.2.3.4");

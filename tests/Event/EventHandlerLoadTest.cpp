@@ -52,8 +52,8 @@ using EventHandlerLoadTest = ConfiguredTest;
 
 TEST_F(EventHandlerLoadTest, EveryMessageToAnActiveHostArrivesOnceAndInOrder) {
     Watchdog watchdog(110); // more than the fixture's
-    constexpr int kPerProducer = 25510,
-                  kQueueBound = 1500; // clones in flight, each with a semaphore set
+    // kQueueBound: clones in flight, each with a semaphore set.
+    constexpr int kPerProducer = 25510, kQueueBound = 1500;
     // No log level configured: the dispatcher runs without a log channel.
     ASSERT_TRUE(WriteXmlPropertyFile(m_config.file(), {{"Base.Log.BackupRange", "5"}}));
     EventHandler* events = EventHandler::getInstance();

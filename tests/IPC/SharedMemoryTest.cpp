@@ -55,7 +55,6 @@ TEST_F(SharedMemoryTest, AMissingKeyIsCreatedEveryCallAttachesAgainAndFailuresGi
     char* first = static_cast<char*>(shm.GetSharedMemorySpace(key.value, 4096));
     ASSERT_NE(first, nullptr);
     char* second = static_cast<char*>(shm.GetSharedMemorySpace(key.value, 1024)); // smaller is fine
-    ASSERT_NE(second, nullptr);
     EXPECT_NE(second, first); // a second attachment of the same segment
     std::strcpy(first, "shared");
     EXPECT_STREQ(second, "shared");

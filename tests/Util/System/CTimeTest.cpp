@@ -40,8 +40,7 @@ TEST(CTimeTest, TextsAreTheLocalTimeZeroPaddedAndTravelWithCopiesOfAHistoryRecor
     strftime(expected, sizeof expected, "%Y-%m-%d 09:%M:%S.", &local);
     EXPECT_EQ(texts(*time).substr(0, std::strlen(expected)), expected);
     EXPECT_EQ(std::strlen(time->getMillisecond()), 3u) << time->getMillisecond();
-    EXPECT_GE(microsecond, static_cast<long>(before.tv_usec));
-    EXPECT_LE(microsecond, static_cast<long>(after.tv_usec));
+    EXPECT_TRUE(before.tv_usec <= microsecond && microsecond <= after.tv_usec) << microsecond;
 
     // A machine's history record: the step and its time stamp (CTime's copy
     // and assignment) travel with copies.
