@@ -130,7 +130,12 @@ TEST(HashTableTest, AddingReplacesInPlaceAndRemovalFollowsTheDeleteFlag) {
     for (const char* key : {"a", "b", "c"})
         table.AddObj(key, new CountingObject(deaths));
     table.Remove("a"); // the element and its value together, and its key
-    EXPECT_EQ(std::make_tuple(deaths.load(), table.getElement("a")), std::make_tuple(3, nullptr));
+    table.Remove(-1);  // bad indexes and unknown keys change nothing
+    table.Remove(4);
+    table.Remove("a");
+    EXPECT_EQ(std::make_tuple(deaths.load(), table.getElement("a"), table.getCount(),
+                              table.getKey(4), table.getStringValue(-1), table.getValue(4)),
+              std::make_tuple(3, nullptr, 4, nullptr, nullptr, nullptr));
     EXPECT_EQ(table.getValue(3), table.getValue("c"));
 
     // Without the delete flag ClearAll deletes nothing, and the elements keep their values.
