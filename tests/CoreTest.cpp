@@ -106,8 +106,8 @@ TEST(VersionTest, ComparesNumericallyOnlyWithEqualCountsAndSettersKeepComponents
             << c.left << " vs " << c.right;
     }
 
-    for (const char* bad : {".1", "1.", "1..2", "1.a"})
-        EXPECT_EQ(Version::isValidFormat(bad), 0) << bad;
+    for (const char* bad : {".1", "1.", "1..2", "1.a", "1/2", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(Version::isValidFormat(bad), 0) << (bad ? bad : "null");
     Version assigned("1.2.3.4");
     assigned = "1.a"; // changes nothing
     EXPECT_STREQ(assigned.getVersion(), "1.2.3.4");

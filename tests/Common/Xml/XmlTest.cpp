@@ -91,7 +91,7 @@ TEST(NodeTest, SearchesArePreOrderOwnershipMovesAndLoadXmlReadsOneElement) {
     Node node;
     EXPECT_EQ(node.LoadXML("<a k='v'> <b>1</b> </a>"), 1);
     EXPECT_EQ(describe(&node), "a{k=v,}[](b{}[1]();)");
-    Attribute open, bare, blank;
+    Attribute open, bare("replaced"), blank;
     open.LoadXML(" k = \"v");
     bare.LoadXML("plain");
     blank.LoadXML("  =\"1\""); // a name of blanks is empty
