@@ -24,12 +24,11 @@ void expectLine(SyslogSink& sink, const std::string& text, int priority = LOG_DE
     ADD_FAILURE() << "no log line: " << text;
 }
 
+// The results of calls made in order (braces evaluate left to right).
+using Results = std::vector<int>;
+
 class EventHandlerTest : public ConfiguredTest {
 protected:
-    void unregister(std::initializer_list<EventHost*> hosts) {
-        for (EventHost* host : hosts)
-            EXPECT_EQ(EventHandler::getInstance()->UnRegister(host), 0) << host->getName();
-    }
     SyslogSink m_sink;
 };
 
@@ -52,15 +51,14 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
               (std::vector<Received>{{alpha.getId(), 9999, "initialize event", nullptr, nullptr},
                                      {alpha.getId(), 10, "ten", &param, nullptr}}));
     // Look-ups search the active list and log what they miss.
-    EXPECT_EQ(events->FindHostID("alpha"), alpha.getId());
-    EXPECT_EQ(events->FindHostID("nobody"), -1);
+    EXPECT_EQ((Results{events->FindHostID("alpha"), events->FindHostID("nobody")}),
+              (Results{alpha.getId(), -1}));
     EXPECT_EQ(events->FindHost("alpha"), &alpha);
     EXPECT_EQ(events->FindHost(4242), nullptr);
     expectLine(m_sink, "[DEBUG] [EventHandler::FindHost]  can not find the host ");
     EXPECT_EQ(events->FindTmpHost(alpha.getId()), nullptr); // only pending hosts
     expectLine(m_sink, "[DEBUG] [EventHandler::FindTmpHost]  can not find the host ");
-    EXPECT_EQ(events->Register(nullptr), -1);
-    EXPECT_EQ(events->UnRegister(nullptr), -1);
+    EXPECT_EQ((Results{events->Register(nullptr), events->UnRegister(nullptr)}), (Results{-1, -1}));
 
     std::atomic<int> pendingUnRegister{0};
     // On the dispatcher's thread, within one pass: a host registered there is
@@ -85,9 +83,10 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
     EXPECT_EQ(late.events(), (std::vector<int>{9999, 8})); // never 5, and 9999 first
     expectLine(m_sink, "[DEBUG] [EventHandler::FireEvent] not find hostid(777)");
     expectLine(m_sink, "[DEBUG] [EventHandler::FireEvent] host is NULL and not find host");
-    unregister({&late, &driver, &alpha});
+    EXPECT_EQ((Results{events->UnRegister(&late), events->UnRegister(&driver),
+                       events->UnRegister(&alpha), events->UnRegister(&alpha)}),
+              (Results{0, 0, 0, -1}));
     expectLine(m_sink, tag + "un-registered");
-    EXPECT_EQ(events->UnRegister(&alpha), -1);
     ExpectThrown<EventException>([&] { events->SendEventMsg(nullptr); }, 7301, "Cannot Send Event");
 
     // Broadcasts go in registration order; a handler that throws gets the
@@ -132,7 +131,7 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
     std::lock_guard<std::mutex> guard(lock);
     EXPECT_EQ(order, (std::vector<std::string>{"b9999", "a9999", "a9999", "a60", "a60", "a63",
                                                "b62", "a62", "b62", "a62", "twin62"}));
-    unregister({&a, &twin});
+    EXPECT_EQ((Results{events->UnRegister(&a), events->UnRegister(&twin)}), (Results{0, 0}));
 }
 
 TEST_F(EventHandlerTest, UnRegisterAndDeletingAHostNeverWaitForAnotherHandlerNorHangAtAnyMoment) {
@@ -164,7 +163,7 @@ TEST_F(EventHandlerTest, UnRegisterAndDeletingAHostNeverWaitForAnotherHandlerNor
     letGo.join();
     EXPECT_TRUE(prompt) << "UnRegister or a deletion waited for another host's handler";
     EXPECT_EQ(events->FindHost(listedId), nullptr);
-    unregister({&busy});
+    EXPECT_EQ(events->UnRegister(&busy), 0);
 
     for (int round = 0; round < 24; ++round) {
         // UnRegister often comes while the dispatcher is inside the host.
