@@ -13,7 +13,6 @@
 #include <functional>
 #include <regex>
 #include <thread>
-#include <tuple>
 #include <vector>
 
 #include <dlfcn.h>
@@ -42,8 +41,9 @@ extern "C" int connect(int fd, const struct sockaddr* address, socklen_t length)
 
 namespace {
 
-// A call's result with what the call leaves behind; braces evaluate in order.
-using Ints = std::pair<int, int>;
+// The results of calls made in order, or of a call and what it leaves behind
+// (braces evaluate left to right).
+using Results = std::vector<int>;
 using Got = std::pair<int, std::string>;
 
 // A client that takes over one end of a socket pair made by the test.
@@ -81,7 +81,7 @@ template <class C> void talkBothWays(C& client, int accepted) {
     EXPECT_EQ((Got{client.Receive(buffer, sizeof buffer), buffer}), Got(4, "down"));
     peerThread.join();
     EXPECT_TRUE(received == up);
-    EXPECT_EQ((Ints{client.Close(), client.fd()}), Ints(0, 0));
+    EXPECT_EQ((Results{client.Close(), client.fd()}), (Results{0, 0}));
 }
 
 // A bound server (the address text is ignored: it listens on every interface).
@@ -109,20 +109,20 @@ TEST(ClientBaseTest, SendsIn8196ByteUnitsReceivesOnceClosesAboveZeroThrowsOnAVan
     EXPECT_EQ(received, data);
 
     // Nothing to send: no call at all; a negative length sends nothing.
-    EXPECT_EQ(client.Send(nullptr, 10), 0);
-    EXPECT_EQ(client.Send(data.data(), -5), -1);
+    EXPECT_EQ((Results{client.Send(nullptr, 10), client.Send(data.data(), -5)}), (Results{0, -1}));
 
     // Receive is one recv, no loop; Close closes only descriptors above 0.
     ASSERT_EQ(write(client.pair[1], "hello world", 11), 11);
     char buffer[64] = {0};
     EXPECT_EQ((Got{client.Receive(buffer, 5), std::string(buffer, 5)}), Got(5, "hello"));
-    EXPECT_EQ(client.Receive(buffer, -1), -1); // never a huge size to recv()
-    client.Close();
-    EXPECT_FALSE(isOpen(client.pair[0]));
-    EXPECT_EQ(client.UnitSend(buffer, 5), 0); // descriptor 0 is never written to
+    // A negative size never reaches recv() as a huge one; once closed,
+    // descriptor 0 is never written to.
+    EXPECT_EQ((Results{client.Receive(buffer, -1), client.Close(), isOpen(client.pair[0]),
+                       client.UnitSend(buffer, 5)}),
+              (Results{-1, 0, false, 0}));
     client.fd() = -1; // a failed socket(): returned as is, close() not called
     errno = 0;
-    EXPECT_EQ((Ints{client.Close(), errno}), Ints(-1, 0));
+    EXPECT_EQ((Results{client.Close(), errno}), (Results{-1, 0}));
 
     // Sending to a vanished peer: the base exception from UnitSend only. Its
     // number is the untouched byte (0) natively; user-mode emulators copy one
@@ -141,15 +141,15 @@ TEST(ClientBaseTest, SendsIn8196ByteUnitsReceivesOnceClosesAboveZeroThrowsOnAVan
             << typeid(*e).name() << " " << e->GetCode() << " " << e->GetMessage();
         delete e;
     }
-    EXPECT_EQ(lonely.Send(data.data(), 100), -1); // caught inside, nothing escapes
-    EXPECT_TRUE(isOpen(lonely.pair[0]));          // the socket stays open
+    // Caught inside, nothing escapes; the socket stays open.
+    EXPECT_EQ((Results{lonely.Send(data.data(), 100), isOpen(lonely.pair[0])}),
+              (Results{-1, true}));
 }
 
 TEST_F(TCPClientTest, ClientAndServerTalkBothWaysAndAnImmediateConnectIsFailMinus) {
     const int first = server.fd(); // a second Bind closes the first socket
-    ASSERT_EQ(server.Bind(0, text("127.0.0.1")), 0);
-    EXPECT_EQ(server.fd(), first);
-    ASSERT_EQ(server.Listen(4), 0);
+    ASSERT_EQ((Results{server.Bind(0, text("127.0.0.1")), server.fd(), server.Listen(4)}),
+              (Results{0, first, 0}));
     // The integer is ignored; a name resolves as well as a dotted address.
     ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
     EXPECT_EQ(fcntl(client.fd(), F_GETFL) & O_NONBLOCK, 0); // blocking again
@@ -201,8 +201,7 @@ TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndTheServerClosesAnyDesc
     close(server.fd());
     server.fd() = -1; // a failed socket()
     errno = 0;
-    EXPECT_EQ((std::tuple<int, int, int>{server.Close(), errno, server.fd()}),
-              std::make_tuple(-1, EBADF, 0));
+    EXPECT_EQ((Results{server.Close(), errno, server.fd()}), (Results{-1, EBADF, 0}));
     // Its destructor leaves descriptor 0 alone, as a client's does (that it
     // closes a bound socket, the HTTP client's cases see: they count descriptors).
     { Server unused; }
@@ -236,7 +235,7 @@ TEST_F(TCPClientTest, SocketsNumberedZeroOrPastTheSelectLimitConnect) {
     const int connected = client.Connect(text("127.0.0.1"), 0, server.port());
     for (int fd : fillers)
         close(fd);
-    EXPECT_EQ((Ints{connected, client.fd()}), Ints(0, FD_SETSIZE));
+    EXPECT_EQ((Results{connected, client.fd()}), (Results{0, FD_SETSIZE}));
     close(server.Accept(nullptr));
 }
 
@@ -274,8 +273,8 @@ TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCan
     const int accepted = server.Accept(nullptr);
     ASSERT_GT(accepted, 0);
     talkBothWays(client, accepted);
-    EXPECT_EQ(server.Close(), 0);
-    EXPECT_TRUE(std::filesystem::is_socket(cut)); // left for the application to remove
+    // The socket file is left for the application to remove.
+    EXPECT_EQ((Results{server.Close(), std::filesystem::is_socket(cut)}), (Results{0, true}));
 
     UDSClient lonely;
     const std::string nobody = dir.file("nobody.sock");
