@@ -102,8 +102,9 @@ TEST_F(SqliteTest, BusyDatabaseIsRetriedThenClosedAndAFailedCommitKeepsItsTransa
     const auto lines = sink.take(11);
     ASSERT_EQ(lines.size(), 11u);
     EXPECT_EQ(lines[10].text, "[ERROR] sqlite3_exec Error : 5");
-    other.exec("COMMIT;");
-    EXPECT_EQ(db.Execute("INSERT INTO t VALUES (9, 'x', 0);", 0), 0); // closed: no connection
+    // Closed: no connection.
+    EXPECT_EQ((Results{other.exec("COMMIT;"), db.Execute("INSERT INTO t VALUES (9, 'x', 0);", 0)}),
+              (Results{SQLITE_OK, 0}));
 
     // Option 1 keeps the connection: a reader's shared lock blocks the commit
     // for all 40 attempts, and the transaction is still there afterwards.
@@ -128,16 +129,15 @@ TEST_F(SqliteTest, CommandSetsApplyInOrderWithoutATransactionAndBackupAppliesToT
         0);
     EXPECT_EQ(RawConnection(file).count("t"), 1); // the first two stay applied
 
+    // The source is untouched. Any output of cp counts as its failure (with
+    // -v the copy is made and named).
     const std::string copy = dir.file("copy.db");
-    EXPECT_EQ(Sqlite::Backup(file.c_str(), copy.c_str(),
-                             commands({"ALTER TABLE t ADD COLUMN note TEXT;",
-                                       "INSERT INTO t VALUES (5, 'upgraded');"})
-                                 .get()),
-              1);
-    EXPECT_EQ(RawConnection(copy).count("t"), 2);
-    EXPECT_EQ(RawConnection(file).count("t"), 1); // the source is untouched
-    // Any output of cp counts as its failure (here the copy is made and named).
-    EXPECT_EQ(Sqlite::Backup(("-v " + file).c_str(), copy.c_str(), nullptr), 0);
+    const auto upgrade =
+        commands({"ALTER TABLE t ADD COLUMN note TEXT;", "INSERT INTO t VALUES (5, 'upgraded');"});
+    EXPECT_EQ((Results{Sqlite::Backup(file.c_str(), copy.c_str(), upgrade.get()),
+                       RawConnection(copy).count("t"), RawConnection(file).count("t"),
+                       Sqlite::Backup(("-v " + file).c_str(), copy.c_str(), nullptr)}),
+              (Results{1, 2, 1, 0}));
 #ifdef VEMLO_TEST_WITHOUT_SANITIZER
     VemloTest::WithoutFreeDescriptors none; // no pipe to run cp with
     EXPECT_EQ(Sqlite::Backup(file.c_str(), copy.c_str(), nullptr), 0);
