@@ -65,29 +65,6 @@ std::unique_ptr<ArrayList> commands(std::initializer_list<const char*> texts) {
 
 } // namespace
 
-TEST_F(SqliteTest, OpensQueriesAndGivesEmptyTextForNull) {
-    openFilled();
-    std::unique_ptr<Table> table(db.getTable("SELECT id, name, score FROM t ORDER BY id;", 0));
-    table->MoveNext();
-    ASSERT_TRUE(table->MoveNext());
-    EXPECT_STREQ(table->getCurrent()->getString("name"), "");
-    // The table form appends to what the table holds.
-    EXPECT_EQ(db.getTable("SELECT id, name, score FROM t;", *table), 1);
-    EXPECT_EQ(table->getRowCount(), 4);
-
-    // Lock begins a transaction and takes the mutex; a second Lock fails at
-    // BEGIN without waiting on it.
-    EXPECT_EQ((Results{db.Lock(), db.Execute("INSERT INTO t VALUES (3, 'valve', 1);", 0), db.Lock(),
-                       db.UnLock(), RawConnection(file).count("t")}),
-              (Results{1, 1, 0, 1, 3}));
-
-    // A committed transaction outlives a power cut only with the journal's
-    // folder synced when the journal goes (synchronous EXTRA, 3).
-    std::unique_ptr<Table> setting(db.getTable("PRAGMA synchronous;", 0));
-    ASSERT_TRUE(setting->MoveNext());
-    EXPECT_STREQ(setting->getCurrent()->getString(0), "3");
-}
-
 TEST_F(SqliteTest, BusyDatabaseIsRetriedThenClosedAndAFailedCommitKeepsItsTransaction) {
     VemloTest::SyslogSink sink;
     SYSLOG_SINK_OR_SKIP(sink);
@@ -144,7 +121,7 @@ TEST_F(SqliteTest, CommandSetsApplyInOrderWithoutATransactionAndBackupAppliesToT
 #endif
 }
 
-TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroNotACrashAndATransactionRollsBack) {
+TEST_F(SqliteTest, OpensQueriesLocksAndRollsBackAndFailuresGiveTheExceptionOrZeroNotACrash) {
     // A folder that does not exist: ten attempts 0.2 s apart, then the exception.
     const std::string missing = dir.file("missing/x.db");
     ExpectThrown<DBException>(
@@ -153,6 +130,26 @@ TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroNotACrashAndATransactionRollsBa
     EXPECT_EQ(Sqlite::ApplyCommandSet(missing.c_str(), commands({"SELECT 1;"}).get()), 0);
     EXPECT_EQ(Sqlite::ApplyCommandSet(file.c_str(), nullptr), 0);
     openFilled();
+    std::unique_ptr<Table> table(db.getTable("SELECT id, name, score FROM t ORDER BY id;", 0));
+    table->MoveNext();
+    ASSERT_TRUE(table->MoveNext());
+    EXPECT_STREQ(table->getCurrent()->getString("name"), "");
+    // The table form appends to what the table holds.
+    EXPECT_EQ(db.getTable("SELECT id, name, score FROM t;", *table), 1);
+    EXPECT_EQ(table->getRowCount(), 4);
+
+    // Lock begins a transaction and takes the mutex; a second Lock fails at
+    // BEGIN without waiting on it.
+    EXPECT_EQ((Results{db.Lock(), db.Execute("INSERT INTO t VALUES (3, 'valve', 1);", 0), db.Lock(),
+                       db.UnLock(), RawConnection(file).count("t")}),
+              (Results{1, 1, 0, 1, 3}));
+
+    // A committed transaction outlives a power cut only with the journal's
+    // folder synced when the journal goes (synchronous EXTRA, 3).
+    std::unique_ptr<Table> setting(db.getTable("PRAGMA synchronous;", 0));
+    ASSERT_TRUE(setting->MoveNext());
+    EXPECT_STREQ(setting->getCurrent()->getString(0), "3");
+
     // Read-only now (the first connection closed); without a transaction
     // Commit has nothing to end; the refused change closes the connection.
     EXPECT_EQ((Results{db.Open(file.c_str(), 1), db.Commit(), db.TransactionStart(),
@@ -161,9 +158,8 @@ TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroNotACrashAndATransactionRollsBa
     EXPECT_EQ(
         (Results{db.Open(file.c_str(), Sqlite::kReadWrite), db.TransactionStart(),
                  db.Execute("DELETE FROM t;", 0), db.Rollback(), RawConnection(file).count("t")}),
-        (Results{1, 1, 1, 1, 2}));
-    Table table;
-    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM missing;", table); }, 0,
+        (Results{1, 1, 1, 1, 3}));
+    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM missing;", *table); }, 0,
                               "[DB] Can't get database table(1): no such table: missing\n");
     EXPECT_EQ(db.Execute("SELECT 1;", 0), 0); // the failure closed the connection
 
@@ -173,7 +169,7 @@ TEST_F(SqliteTest, FailuresGiveTheExceptionOrZeroNotACrashAndATransactionRollsBa
     ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", 0); }, 0,
                               "[DB] Can't get database table: file is not a database\n");
     // Option 1 keeps the connection after every kind of failure.
-    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", table); }, 0,
+    ExpectThrown<DBException>([&] { db.getTable("SELECT * FROM sqlite_master;", *table); }, 0,
                               "[DB] Can't get database table(26): file is not a database\n");
     EXPECT_EQ((Results{db.Execute("DELETE FROM t;", 0), db.Execute("SELECT 1;", 0)}),
               (Results{0, 1}));
