@@ -258,15 +258,13 @@ TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCan
     const std::string full = cut + "-never-seen";
     std::fclose(std::fopen(full.c_str(), "w")); // a file left at the path is removed by Bind
     Vemlo::Net::Socket::UDSServer server;
-    ASSERT_EQ(server.Bind(7, text(full)), 0);
-    EXPECT_TRUE(std::filesystem::is_socket(cut));
-    EXPECT_NE(access(full.c_str(), F_OK), 0);
-    ASSERT_EQ(server.Listen(2), 0);
+    ASSERT_EQ((Results{server.Bind(7, text(full)), std::filesystem::is_socket(cut),
+                       access(full.c_str(), F_OK) == 0, server.Listen(2)}),
+              (Results{0, true, false, 0}));
     UDSClient client;
     ASSERT_EQ(client.Connect(text(full), 1, 2), 0);
     const int first = client.fd(); // a second Connect closes the first socket
-    ASSERT_EQ(client.Connect(text(cut), 0, 0), 0);
-    EXPECT_EQ(client.fd(), first);
+    ASSERT_EQ((Results{client.Connect(text(cut), 0, 0), client.fd()}), (Results{0, first}));
     close(server.Accept(nullptr));
     const int accepted = server.Accept(nullptr);
     ASSERT_GT(accepted, 0);
