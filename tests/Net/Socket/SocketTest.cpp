@@ -30,8 +30,7 @@ using Vemlo::Net::NetException;
 static std::atomic<bool> g_connectAtOnce{false};
 
 extern "C" int connect(int fd, const struct sockaddr* address, socklen_t length) {
-    using Connect = int (*)(int, const struct sockaddr*, socklen_t);
-    static const Connect next = reinterpret_cast<Connect>(dlsym(RTLD_NEXT, "connect"));
+    static const auto next = reinterpret_cast<decltype(&connect)>(dlsym(RTLD_NEXT, "connect"));
     const int result = next(fd, address, length);
     pollfd p{fd, POLLOUT, 0};
     if (result != 0 && errno == EINPROGRESS && g_connectAtOnce && poll(&p, 1, 5000) == 1)
@@ -83,14 +82,6 @@ template <class C> void talkBothWays(C& client, int accepted) {
     EXPECT_TRUE(received == up);
     EXPECT_EQ((Results{client.Close(), client.fd()}), (Results{0, 0}));
 }
-
-// A bound server (the address text is ignored: it listens on every interface).
-class TCPClientTest : public testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(server.Bind(0, text("203.0.113.9")), 0); }
-    Server server;
-    Client client;
-};
 
 } // namespace
 
@@ -146,7 +137,40 @@ TEST(ClientBaseTest, SendsIn8196ByteUnitsReceivesOnceClosesAboveZeroThrowsOnAVan
               (Results{-1, true}));
 }
 
-TEST_F(TCPClientTest, TalkBothWaysAnImmediateConnectIsFailMinusSocketsZeroOrPastTheSelectLimit) {
+TEST(TCPClientTest, ConnectsRefusedTimedOutOrDoneAtOnceThrowOthersTalkEvenOnSocket0OrPastSelect) {
+    // A bound server (the address text is ignored: it listens on every interface).
+    Server server;
+    Client client;
+    ASSERT_EQ(server.Bind(0, text("203.0.113.9")), 0);
+    // Bound, not listening yet: the connection is refused.
+    VemloTest::ExpectThrown<NetException>(
+        [&] { client.Connect(text("127.0.0.1"), 0, server.port()); }, 1004,
+        "cannot connect to server: socket error");
+    EXPECT_EQ(client.fd(), -1); // closed; the number is not kept to be closed again
+
+    // A listener whose accept queue is full drops new connection requests,
+    // so the connect below never completes: it gives up after 5 seconds.
+    ASSERT_EQ(server.Listen(0), 0);
+    sockaddr_in address{
+        AF_INET, htons(static_cast<uint16_t>(server.port())), {inet_addr("127.0.0.1")}, {}};
+    std::vector<int> queueFillers;
+    for (int i = 0; i < 8; ++i) {
+        queueFillers.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+        connect(queueFillers.back(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+        pollfd p{queueFillers.back(), POLLOUT, 0};
+        if (poll(&p, 1, 300) == 0)
+            break; // this one hangs: the queue is full
+    }
+    const auto start = std::chrono::steady_clock::now();
+    // 100 would be a short wait in milliseconds; it is not used.
+    VemloTest::ExpectThrown<NetException>(
+        [&] { client.Connect(text("127.0.0.1"), 100, server.port()); }, 1004,
+        "cannot connect to server: timeout");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(4900));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
+    for (int fd : queueFillers)
+        close(fd);
+
     const int first = server.fd(); // a second Bind closes the first socket
     ASSERT_EQ((Results{server.Bind(0, text("127.0.0.1")), server.fd(), server.Listen(4)}),
               (Results{0, first, 0}));
@@ -165,6 +189,17 @@ TEST_F(TCPClientTest, TalkBothWaysAnImmediateConnectIsFailMinusSocketsZeroOrPast
     // The connected socket stays in the object and works.
     ASSERT_GT(client.fd(), 0);
     EXPECT_EQ(client.Send(text("ping"), 4), 4);
+
+    // Unlike the client, the server closes negative descriptors too.
+    Server closing;
+    closing.fd() = -1; // a failed socket()
+    errno = 0;
+    EXPECT_EQ((Results{closing.Close(), errno, closing.fd()}), (Results{-1, EBADF, 0}));
+    // Its destructor leaves descriptor 0 alone, as a client's does (that it
+    // closes a bound socket, the HTTP client's cases see: they count descriptors).
+    { Server unused; }
+    { Client unused; }
+    EXPECT_TRUE(NetTest::isOpen(0));
 
     // A daemon may run with descriptor 0 closed, so its first socket is 0. And
     // select() cannot watch a descriptor from FD_SETSIZE on: such a socket still
@@ -193,48 +228,6 @@ TEST_F(TCPClientTest, TalkBothWaysAnImmediateConnectIsFailMinusSocketsZeroOrPast
         close(fd);
     EXPECT_EQ((Results{connected, client.fd()}), (Results{0, FD_SETSIZE}));
     close(server.Accept(nullptr));
-}
-
-TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndTheServerClosesAnyDescriptorButZero) {
-    // Bound, not listening yet: the connection is refused.
-    VemloTest::ExpectThrown<NetException>(
-        [&] { client.Connect(text("127.0.0.1"), 0, server.port()); }, 1004,
-        "cannot connect to server: socket error");
-    EXPECT_EQ(client.fd(), -1); // closed; the number is not kept to be closed again
-
-    // A listener whose accept queue is full drops new connection requests,
-    // so the connect below never completes: it gives up after 5 seconds.
-    ASSERT_EQ(server.Listen(0), 0);
-    sockaddr_in address{
-        AF_INET, htons(static_cast<uint16_t>(server.port())), {inet_addr("127.0.0.1")}, {}};
-    std::vector<int> fillers;
-    for (int i = 0; i < 8; ++i) {
-        fillers.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-        connect(fillers.back(), reinterpret_cast<sockaddr*>(&address), sizeof address);
-        pollfd p{fillers.back(), POLLOUT, 0};
-        if (poll(&p, 1, 300) == 0)
-            break; // this one hangs: the queue is full
-    }
-    const auto start = std::chrono::steady_clock::now();
-    // 100 would be a short wait in milliseconds; it is not used.
-    VemloTest::ExpectThrown<NetException>(
-        [&] { client.Connect(text("127.0.0.1"), 100, server.port()); }, 1004,
-        "cannot connect to server: timeout");
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(4900));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
-    for (int fd : fillers)
-        close(fd);
-
-    // Unlike the client, the server closes negative descriptors too.
-    close(server.fd());
-    server.fd() = -1; // a failed socket()
-    errno = 0;
-    EXPECT_EQ((Results{server.Close(), errno, server.fd()}), (Results{-1, EBADF, 0}));
-    // Its destructor leaves descriptor 0 alone, as a client's does (that it
-    // closes a bound socket, the HTTP client's cases see: they count descriptors).
-    { Server unused; }
-    { Client unused; }
-    EXPECT_TRUE(NetTest::isOpen(0));
 }
 
 #ifdef VEMLO_TEST_WITHOUT_SANITIZER
