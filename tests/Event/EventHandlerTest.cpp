@@ -3,6 +3,7 @@
 #include "support/SyslogSink.h"
 #include "support/TestConfig.h"
 
+#include <future>
 #include <set>
 
 #include <syslog.h>
@@ -147,16 +148,14 @@ TEST_F(EventHandlerTest, UnRegisterAndDeletingAHostNeverWaitForAnotherHandlerNor
     std::unique_lock<std::mutex> hold(needed);
     send(busy.getId(), 5);
     ASSERT_TRUE(waitFor([&] { return busy.count() == 2; })); // the dispatcher is stuck in busy
-    std::atomic<bool> done{false};
-    std::thread letGo([&] {
+    auto letGo = std::async(std::launch::async, [&] {
         EXPECT_EQ(events->UnRegister(gone), 0);
         delete gone;        // its thread ends without the dispatcher's help
         delete stillListed; // taken out of the lists by its destructor
-        done = true;
     });
-    const bool prompt = waitFor([&] { return done.load(); }, milliseconds(2000));
+    const bool prompt = letGo.wait_for(milliseconds(2000)) == std::future_status::ready;
     hold.unlock();
-    letGo.join();
+    letGo.wait();
     EXPECT_TRUE(prompt) << "UnRegister or a deletion waited for another host's handler";
     EXPECT_EQ(events->FindHost(listedId), nullptr);
     EXPECT_EQ(events->UnRegister(&busy), 0);

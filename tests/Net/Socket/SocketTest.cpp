@@ -63,9 +63,10 @@ using Client = NetTest::Open<Vemlo::Net::Socket::TCPClient>;
 using UDSClient = NetTest::Open<Vemlo::Net::Socket::UDSClient>;
 
 // The client sends more than the socket buffers hold at once (so sends return
-// short) to the peer at `accepted`, which answers "down" and closes; then the
-// client closes.
+// short) to the peer at `accepted` (a descriptor the server's Accept gave),
+// which answers "down" and closes; then the client closes.
 template <class C> void talkBothWays(C& client, int accepted) {
+    ASSERT_GT(accepted, 0);
     std::vector<char> up(3 * 1024 * 1024 + 17, 'u'), received;
     std::thread peerThread([&] {
         char buffer[65536];
@@ -177,9 +178,7 @@ TEST(TCPClientTest, ConnectsRefusedTimedOutOrDoneAtOnceThrowOthersTalkEvenOnSock
     // The integer is ignored; a name resolves as well as a dotted address.
     ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
     EXPECT_EQ(fcntl(client.fd(), F_GETFL) & O_NONBLOCK, 0); // blocking again
-    const int accepted = server.Accept(nullptr);
-    ASSERT_GT(accepted, 0);
-    talkBothWays(client, accepted); // (a peer that goes mid-send is the base client's)
+    talkBothWays(client, server.Accept(nullptr)); // (a peer that goes mid-send: the base client's)
 
     g_connectAtOnce = true;
     VemloTest::ExpectThrown<NetException>(
@@ -259,9 +258,7 @@ TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCan
     const int first = client.fd(); // a second Connect closes the first socket
     ASSERT_EQ((Results{client.Connect(text(cut), 0, 0), client.fd()}), (Results{0, first}));
     close(server.Accept(nullptr));
-    const int accepted = server.Accept(nullptr);
-    ASSERT_GT(accepted, 0);
-    talkBothWays(client, accepted);
+    talkBothWays(client, server.Accept(nullptr));
     // The socket file is left for the application to remove.
     EXPECT_EQ((Results{server.Close(), std::filesystem::is_socket(cut)}), (Results{0, true}));
 
