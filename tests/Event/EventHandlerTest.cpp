@@ -3,6 +3,7 @@
 #include "support/SyslogSink.h"
 #include "support/TestConfig.h"
 
+#include <future>
 #include <set>
 
 #include <syslog.h>
@@ -14,22 +15,19 @@ using namespace VemloTest;
 namespace {
 
 // Reads the sink until a line with exactly `text` comes; checks its priority.
+// When none comes, the last line read (or none) is what the check reports.
 void expectLine(SyslogSink& sink, const std::string& text, int priority = LOG_DEBUG) {
     SyslogRecord record;
-    while (sink.next(record))
-        if (record.text == text) {
-            EXPECT_EQ(record.priority, priority) << text;
-            return;
-        }
-    ADD_FAILURE() << "no log line: " << text;
+    while (sink.next(record) && record.text != text)
+        continue;
+    EXPECT_EQ(std::make_pair(record.text, record.priority), std::make_pair(text, priority));
 }
+
+// The results of calls made in order (braces evaluate left to right).
+using Results = std::vector<int>;
 
 class EventHandlerTest : public ConfiguredTest {
 protected:
-    void unregister(std::initializer_list<EventHost*> hosts) {
-        for (EventHost* host : hosts)
-            EXPECT_EQ(EventHandler::getInstance()->UnRegister(host), 0) << host->getName();
-    }
     SyslogSink m_sink;
 };
 
@@ -52,15 +50,14 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
               (std::vector<Received>{{alpha.getId(), 9999, "initialize event", nullptr, nullptr},
                                      {alpha.getId(), 10, "ten", &param, nullptr}}));
     // Look-ups search the active list and log what they miss.
-    EXPECT_EQ(events->FindHostID("alpha"), alpha.getId());
-    EXPECT_EQ(events->FindHostID("nobody"), -1);
+    EXPECT_EQ((Results{events->FindHostID("alpha"), events->FindHostID("nobody")}),
+              (Results{alpha.getId(), -1}));
     EXPECT_EQ(events->FindHost("alpha"), &alpha);
     EXPECT_EQ(events->FindHost(4242), nullptr);
     expectLine(m_sink, "[DEBUG] [EventHandler::FindHost]  can not find the host ");
     EXPECT_EQ(events->FindTmpHost(alpha.getId()), nullptr); // only pending hosts
     expectLine(m_sink, "[DEBUG] [EventHandler::FindTmpHost]  can not find the host ");
-    EXPECT_EQ(events->Register(nullptr), -1);
-    EXPECT_EQ(events->UnRegister(nullptr), -1);
+    EXPECT_EQ((Results{events->Register(nullptr), events->UnRegister(nullptr)}), (Results{-1, -1}));
 
     std::atomic<int> pendingUnRegister{0};
     // On the dispatcher's thread, within one pass: a host registered there is
@@ -85,9 +82,10 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
     EXPECT_EQ(late.events(), (std::vector<int>{9999, 8})); // never 5, and 9999 first
     expectLine(m_sink, "[DEBUG] [EventHandler::FireEvent] not find hostid(777)");
     expectLine(m_sink, "[DEBUG] [EventHandler::FireEvent] host is NULL and not find host");
-    unregister({&late, &driver, &alpha});
+    EXPECT_EQ((Results{events->UnRegister(&late), events->UnRegister(&driver),
+                       events->UnRegister(&alpha), events->UnRegister(&alpha)}),
+              (Results{0, 0, 0, -1}));
     expectLine(m_sink, tag + "un-registered");
-    EXPECT_EQ(events->UnRegister(&alpha), -1);
     ExpectThrown<EventException>([&] { events->SendEventMsg(nullptr); }, 7301, "Cannot Send Event");
 
     // Broadcasts go in registration order; a handler that throws gets the
@@ -100,8 +98,8 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
     // After the wrap two living hosts can share an id: `twin` gets a's.
     EventHost::ID_ORDER = a.getId() - 1;
     Recorder twin("twin");
-    ASSERT_EQ(twin.getId(), a.getId());
-    EXPECT_EQ(twin.getMutex(), nullptr); // no thread, no gate
+    // No thread, no gate.
+    ASSERT_EQ((Results{twin.getId(), twin.getMutex() == nullptr}), (Results{a.getId(), true}));
     EXPECT_STREQ(Recorder(nullptr).getName(), "");
     std::set<int> failed; // a fails 60 and 62 on their first delivery
     // A handler may throw a pointer to an object it keeps: the dispatcher
@@ -132,7 +130,7 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
     std::lock_guard<std::mutex> guard(lock);
     EXPECT_EQ(order, (std::vector<std::string>{"b9999", "a9999", "a9999", "a60", "a60", "a63",
                                                "b62", "a62", "b62", "a62", "twin62"}));
-    unregister({&a, &twin});
+    EXPECT_EQ((Results{events->UnRegister(&a), events->UnRegister(&twin)}), (Results{0, 0}));
 }
 
 TEST_F(EventHandlerTest, UnRegisterAndDeletingAHostNeverWaitForAnotherHandlerNorHangAtAnyMoment) {
@@ -145,32 +143,27 @@ TEST_F(EventHandlerTest, UnRegisterAndDeletingAHostNeverWaitForAnotherHandlerNor
     };
     ThreadRecorder* gone = new ThreadRecorder("gone");
     Recorder* stillListed = new Recorder("still-listed");
-    ASSERT_TRUE(registerAndWait(busy) && registerAndWait(*stillListed));
-    events->Register(gone);
-    ASSERT_TRUE(waitFor([&] { return gone->count() == 1; }));
+    ASSERT_TRUE(registerAndWait(busy) && registerAndWait(*stillListed) && registerAndWait(*gone));
     const int listedId = stillListed->getId();
     std::unique_lock<std::mutex> hold(needed);
     send(busy.getId(), 5);
     ASSERT_TRUE(waitFor([&] { return busy.count() == 2; })); // the dispatcher is stuck in busy
-    std::atomic<bool> done{false};
-    std::thread letGo([&] {
+    auto letGo = std::async(std::launch::async, [&] {
         EXPECT_EQ(events->UnRegister(gone), 0);
         delete gone;        // its thread ends without the dispatcher's help
         delete stillListed; // taken out of the lists by its destructor
-        done = true;
     });
-    const bool prompt = waitFor([&] { return done.load(); }, milliseconds(2000));
+    const bool prompt = letGo.wait_for(milliseconds(2000)) == std::future_status::ready;
     hold.unlock();
-    letGo.join();
+    letGo.wait();
     EXPECT_TRUE(prompt) << "UnRegister or a deletion waited for another host's handler";
     EXPECT_EQ(events->FindHost(listedId), nullptr);
-    unregister({&busy});
+    EXPECT_EQ(events->UnRegister(&busy), 0);
 
     for (int round = 0; round < 24; ++round) {
         // UnRegister often comes while the dispatcher is inside the host.
         auto host = std::make_unique<ThreadRecorder>("racer");
-        events->Register(host.get());
-        ASSERT_TRUE(waitFor([&] { return host->count() != 0; }));
+        ASSERT_TRUE(registerAndWait(*host));
         const int id = host->getId();
         std::atomic<bool> stop{false};
         std::thread sender([&] {

@@ -90,8 +90,7 @@ std::string query(sqlite3* db, const std::string& sql, const char* none) {
 long long check(const std::string& dir, long long reportedRows, long long& nextRow) {
     long long cfg = -1, txt = -1;
     try {
-        Vemlo::Data::Properties::IProperty* config =
-            ConfigurationManager::GetManager()->getInstance();
+        auto* config = ConfigurationManager::GetManager()->getInstance(); // an IProperty*
         if (config && std::strcmp(config->getValue("Base.Log.Level"), "ERROR") == 0 &&
             fillersIntact(*config, "PowerCut.Filler") && *config->getValue("PowerCut.Counter"))
             cfg = std::atoll(config->getValue("PowerCut.Counter"));

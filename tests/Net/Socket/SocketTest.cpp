@@ -30,8 +30,7 @@ using Vemlo::Net::NetException;
 static std::atomic<bool> g_connectAtOnce{false};
 
 extern "C" int connect(int fd, const struct sockaddr* address, socklen_t length) {
-    using Connect = int (*)(int, const struct sockaddr*, socklen_t);
-    static const Connect next = reinterpret_cast<Connect>(dlsym(RTLD_NEXT, "connect"));
+    static const auto next = reinterpret_cast<decltype(&connect)>(dlsym(RTLD_NEXT, "connect"));
     const int result = next(fd, address, length);
     pollfd p{fd, POLLOUT, 0};
     if (result != 0 && errno == EINPROGRESS && g_connectAtOnce && poll(&p, 1, 5000) == 1)
@@ -40,6 +39,11 @@ extern "C" int connect(int fd, const struct sockaddr* address, socklen_t length)
 }
 
 namespace {
+
+// The results of calls made in order, or of a call and what it leaves behind
+// (braces evaluate left to right).
+using Results = std::vector<int>;
+using Got = std::pair<int, std::string>;
 
 // A client that takes over one end of a socket pair made by the test.
 struct PairClient : NetTest::Open<Vemlo::Net::Socket::ClientBase> {
@@ -59,9 +63,10 @@ using Client = NetTest::Open<Vemlo::Net::Socket::TCPClient>;
 using UDSClient = NetTest::Open<Vemlo::Net::Socket::UDSClient>;
 
 // The client sends more than the socket buffers hold at once (so sends return
-// short) to the peer at `accepted`, which answers "down" and closes; then the
-// client closes.
+// short) to the peer at `accepted` (a descriptor the server's Accept gave),
+// which answers "down" and closes; then the client closes.
 template <class C> void talkBothWays(C& client, int accepted) {
+    ASSERT_GT(accepted, 0);
     std::vector<char> up(3 * 1024 * 1024 + 17, 'u'), received;
     std::thread peerThread([&] {
         char buffer[65536];
@@ -73,21 +78,11 @@ template <class C> void talkBothWays(C& client, int accepted) {
     });
     EXPECT_EQ(client.Send(up.data(), static_cast<int>(up.size())), static_cast<int>(up.size()));
     char buffer[16] = {0};
-    EXPECT_EQ(client.Receive(buffer, sizeof buffer), 4);
-    EXPECT_STREQ(buffer, "down");
+    EXPECT_EQ((Got{client.Receive(buffer, sizeof buffer), buffer}), Got(4, "down"));
     peerThread.join();
     EXPECT_TRUE(received == up);
-    EXPECT_EQ(client.Close(), 0);
-    EXPECT_EQ(client.fd(), 0);
+    EXPECT_EQ((Results{client.Close(), client.fd()}), (Results{0, 0}));
 }
-
-// A bound server (the address text is ignored: it listens on every interface).
-class TCPClientTest : public testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(server.Bind(0, text("203.0.113.9")), 0); }
-    Server server;
-    Client client;
-};
 
 } // namespace
 
@@ -106,23 +101,20 @@ TEST(ClientBaseTest, SendsIn8196ByteUnitsReceivesOnceClosesAboveZeroThrowsOnAVan
     EXPECT_EQ(received, data);
 
     // Nothing to send: no call at all; a negative length sends nothing.
-    EXPECT_EQ(client.Send(nullptr, 10), 0);
-    EXPECT_EQ(client.Send(data.data(), -5), -1);
+    EXPECT_EQ((Results{client.Send(nullptr, 10), client.Send(data.data(), -5)}), (Results{0, -1}));
 
     // Receive is one recv, no loop; Close closes only descriptors above 0.
     ASSERT_EQ(write(client.pair[1], "hello world", 11), 11);
     char buffer[64] = {0};
-    EXPECT_EQ(client.Receive(buffer, 5), 5);
-    EXPECT_EQ(std::string(buffer, 5), "hello");
-    EXPECT_EQ(client.Receive(buffer, -1), -1); // never a huge size to recv()
-    EXPECT_EQ(client.Close(), 0);
-    EXPECT_EQ(client.fd(), 0);
-    EXPECT_FALSE(isOpen(client.pair[0]));
-    EXPECT_EQ(client.UnitSend(buffer, 5), 0); // descriptor 0 is never written to
+    EXPECT_EQ((Got{client.Receive(buffer, 5), std::string(buffer, 5)}), Got(5, "hello"));
+    // A negative size never reaches recv() as a huge one; once closed,
+    // descriptor 0 is never written to.
+    EXPECT_EQ((Results{client.Receive(buffer, -1), client.Close(), isOpen(client.pair[0]),
+                       client.UnitSend(buffer, 5)}),
+              (Results{-1, 0, false, 0}));
     client.fd() = -1; // a failed socket(): returned as is, close() not called
     errno = 0;
-    EXPECT_EQ(client.Close(), -1);
-    EXPECT_EQ(errno, 0);
+    EXPECT_EQ((Results{client.Close(), errno}), (Results{-1, 0}));
 
     // Sending to a vanished peer: the base exception from UnitSend only. Its
     // number is the untouched byte (0) natively; user-mode emulators copy one
@@ -134,45 +126,23 @@ TEST(ClientBaseTest, SendsIn8196ByteUnitsReceivesOnceClosesAboveZeroThrowsOnAVan
         lonely.UnitSend(data.data(), 100);
         ADD_FAILURE() << "nothing thrown";
     } catch (Vemlo::Common::Exception* e) {
-        EXPECT_EQ(typeid(*e), typeid(Vemlo::Common::Exception));
-        EXPECT_EQ(e->GetCode(), -1);
-        EXPECT_TRUE(std::regex_match(
-            e->GetMessage(), std::regex(R"(client socket is closed : error number \[\d+\] )")))
-            << e->GetMessage();
+        EXPECT_TRUE(
+            typeid(*e) == typeid(Vemlo::Common::Exception) && e->GetCode() == -1 &&
+            std::regex_match(e->GetMessage(),
+                             std::regex(R"(client socket is closed : error number \[\d+\] )")))
+            << typeid(*e).name() << " " << e->GetCode() << " " << e->GetMessage();
         delete e;
     }
-    EXPECT_EQ(lonely.Send(data.data(), 100), -1); // caught inside, nothing escapes
-    EXPECT_TRUE(isOpen(lonely.pair[0]));          // the socket stays open
+    // Caught inside, nothing escapes; the socket stays open.
+    EXPECT_EQ((Results{lonely.Send(data.data(), 100), isOpen(lonely.pair[0])}),
+              (Results{-1, true}));
 }
 
-TEST_F(TCPClientTest, ClientAndServerTalkBothWaysAndAnImmediateConnectIsFailMinus) {
-    const int first = server.fd(); // a second Bind closes the first socket
-    ASSERT_EQ(server.Bind(0, text("127.0.0.1")), 0);
-    EXPECT_EQ(server.fd(), first);
-    ASSERT_EQ(server.Listen(4), 0);
-    // The integer is ignored; a name resolves as well as a dotted address.
-    ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
-    EXPECT_EQ(fcntl(client.fd(), F_GETFL) & O_NONBLOCK, 0); // blocking again
-    const int accepted = server.Accept(nullptr);
-    ASSERT_GT(accepted, 0);
-    talkBothWays(client, accepted); // (a peer that goes mid-send is the base client's)
-
-    g_connectAtOnce = true;
-    VemloTest::ExpectThrown<NetException>(
-        [&] { client.Connect(text("127.0.0.1"), 0, server.port()); }, 1004,
-        "cannot connect to server: fail-");
-    g_connectAtOnce = false;
-    // The connected socket stays in the object, blocking again, and works.
-    ASSERT_GT(client.fd(), 0);
-    const int second = server.Accept(nullptr);
-    ASSERT_GT(second, 0);
-    EXPECT_EQ(client.Send(text("ping"), 4), 4);
-    char buffer[8] = {0};
-    EXPECT_EQ(recv(second, buffer, sizeof buffer, 0), 4);
-    close(second);
-}
-
-TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndTheServerClosesAnyDescriptorButZero) {
+TEST(TCPClientTest, ConnectsRefusedTimedOutOrDoneAtOnceThrowOthersTalkEvenOnSocket0OrPastSelect) {
+    // A bound server (the address text is ignored: it listens on every interface).
+    Server server;
+    Client client;
+    ASSERT_EQ(server.Bind(0, text("203.0.113.9")), 0);
     // Bound, not listening yet: the connection is refused.
     VemloTest::ExpectThrown<NetException>(
         [&] { client.Connect(text("127.0.0.1"), 0, server.port()); }, 1004,
@@ -184,11 +154,11 @@ TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndTheServerClosesAnyDesc
     ASSERT_EQ(server.Listen(0), 0);
     sockaddr_in address{
         AF_INET, htons(static_cast<uint16_t>(server.port())), {inet_addr("127.0.0.1")}, {}};
-    std::vector<int> fillers;
+    std::vector<int> queueFillers;
     for (int i = 0; i < 8; ++i) {
-        fillers.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-        connect(fillers.back(), reinterpret_cast<sockaddr*>(&address), sizeof address);
-        pollfd p{fillers.back(), POLLOUT, 0};
+        queueFillers.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+        connect(queueFillers.back(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+        pollfd p{queueFillers.back(), POLLOUT, 0};
         if (poll(&p, 1, 300) == 0)
             break; // this one hangs: the queue is full
     }
@@ -199,34 +169,47 @@ TEST_F(TCPClientTest, RefusedAndUnansweredConnectsThrowAndTheServerClosesAnyDesc
         "cannot connect to server: timeout");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(4900));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
-    for (int fd : fillers)
+    for (int fd : queueFillers)
         close(fd);
 
+    const int first = server.fd(); // a second Bind closes the first socket
+    ASSERT_EQ((Results{server.Bind(0, text("127.0.0.1")), server.fd(), server.Listen(4)}),
+              (Results{0, first, 0}));
+    // The integer is ignored; a name resolves as well as a dotted address.
+    ASSERT_EQ(client.Connect(text("localhost"), 12345, server.port()), 0);
+    EXPECT_EQ(fcntl(client.fd(), F_GETFL) & O_NONBLOCK, 0); // blocking again
+    talkBothWays(client, server.Accept(nullptr)); // (a peer that goes mid-send: the base client's)
+
+    g_connectAtOnce = true;
+    VemloTest::ExpectThrown<NetException>(
+        [&] { client.Connect(text("127.0.0.1"), 0, server.port()); }, 1004,
+        "cannot connect to server: fail-");
+    g_connectAtOnce = false;
+    // The connected socket stays in the object and works.
+    ASSERT_GT(client.fd(), 0);
+    EXPECT_EQ(client.Send(text("ping"), 4), 4);
+
     // Unlike the client, the server closes negative descriptors too.
-    close(server.fd());
-    server.fd() = -1; // a failed socket()
+    Server closing;
+    closing.fd() = -1; // a failed socket()
     errno = 0;
-    EXPECT_EQ(server.Close(), -1);
-    EXPECT_EQ(errno, EBADF);
-    EXPECT_EQ(server.fd(), 0);
+    EXPECT_EQ((Results{closing.Close(), errno, closing.fd()}), (Results{-1, EBADF, 0}));
     // Its destructor leaves descriptor 0 alone, as a client's does (that it
     // closes a bound socket, the HTTP client's cases see: they count descriptors).
     { Server unused; }
     { Client unused; }
     EXPECT_TRUE(NetTest::isOpen(0));
-}
 
-// A daemon may run with descriptor 0 closed, so its first socket is 0. And
-// select() cannot watch a descriptor from FD_SETSIZE on: such a socket still
-// connects (and nothing is written past an fd_set, which ASan would see).
-TEST_F(TCPClientTest, SocketsNumberedZeroOrPastTheSelectLimitConnect) {
-    ASSERT_EQ(server.Listen(2), 0);
+    // A daemon may run with descriptor 0 closed, so its first socket is 0. And
+    // select() cannot watch a descriptor from FD_SETSIZE on: such a socket still
+    // connects (and nothing is written past an fd_set, which ASan would see).
     const int input = dup(0);
     close(0);
     Server zero; // a server's socket may be 0 as well
-    EXPECT_EQ(zero.Bind(0, text("127.0.0.1")) + zero.fd(), 0);
+    EXPECT_EQ((Results{zero.Bind(0, text("127.0.0.1")), zero.fd()}), (Results{0, 0}));
     close(0);
-    EXPECT_EQ(client.Connect(text("127.0.0.1"), 0, server.port()) + client.fd(), 0);
+    EXPECT_EQ((Results{client.Connect(text("127.0.0.1"), 0, server.port()), client.fd()}),
+              (Results{0, 0}));
     dup2(input, 0); // the socket goes with it: Close leaves descriptor 0 alone
     close(input);
     close(server.Accept(nullptr));
@@ -242,8 +225,7 @@ TEST_F(TCPClientTest, SocketsNumberedZeroOrPastTheSelectLimitConnect) {
     const int connected = client.Connect(text("127.0.0.1"), 0, server.port());
     for (int fd : fillers)
         close(fd);
-    EXPECT_EQ(connected, 0);
-    EXPECT_EQ(client.fd(), FD_SETSIZE);
+    EXPECT_EQ((Results{connected, client.fd()}), (Results{0, FD_SETSIZE}));
     close(server.Accept(nullptr));
 }
 
@@ -268,21 +250,17 @@ TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCan
     const std::string full = cut + "-never-seen";
     std::fclose(std::fopen(full.c_str(), "w")); // a file left at the path is removed by Bind
     Vemlo::Net::Socket::UDSServer server;
-    ASSERT_EQ(server.Bind(7, text(full)), 0);
-    EXPECT_TRUE(std::filesystem::is_socket(cut));
-    EXPECT_NE(access(full.c_str(), F_OK), 0);
-    ASSERT_EQ(server.Listen(2), 0);
+    ASSERT_EQ((Results{server.Bind(7, text(full)), std::filesystem::is_socket(cut),
+                       access(full.c_str(), F_OK) == 0, server.Listen(2)}),
+              (Results{0, true, false, 0}));
     UDSClient client;
     ASSERT_EQ(client.Connect(text(full), 1, 2), 0);
     const int first = client.fd(); // a second Connect closes the first socket
-    ASSERT_EQ(client.Connect(text(cut), 0, 0), 0);
-    EXPECT_EQ(client.fd(), first);
+    ASSERT_EQ((Results{client.Connect(text(cut), 0, 0), client.fd()}), (Results{0, first}));
     close(server.Accept(nullptr));
-    const int accepted = server.Accept(nullptr);
-    ASSERT_GT(accepted, 0);
-    talkBothWays(client, accepted);
-    EXPECT_EQ(server.Close(), 0);
-    EXPECT_TRUE(std::filesystem::is_socket(cut)); // left for the application to remove
+    talkBothWays(client, server.Accept(nullptr));
+    // The socket file is left for the application to remove.
+    EXPECT_EQ((Results{server.Close(), std::filesystem::is_socket(cut)}), (Results{0, true}));
 
     UDSClient lonely;
     const std::string nobody = dir.file("nobody.sock");
