@@ -377,7 +377,8 @@ TEST(PropertyManagerFolderTest, ComputedOnceFromTheWorkingDirectory) {
     EXPECT_EQ(folderPathIs("/Vemlo/Conf/", [] { unsetenv("VEMLO_WORKING_DIRECTORY"); }), 0);
     const auto secondAfterFirstManager = [] {
         setenv("VEMLO_WORKING_DIRECTORY", "/first", 1);
-        OtherManager().getFolderPath();
+        const OtherManager first;
+        OtherManager(first).getFolderPath(); // a copy keeps the folder name
         setenv("VEMLO_WORKING_DIRECTORY", "/second", 1);
     };
     EXPECT_EQ(folderPathIs("/first/Vemlo/First/", secondAfterFirstManager), 0);
