@@ -41,6 +41,7 @@ TEST_F(EventHandlerTest, HostsAreGreetedServedFoundLetGoAndBroadcastToInOrderEve
         "[DEBUG] [EventHandler::Register] host[" + std::to_string(alpha.getId()) + "][alpha] is ";
     ASSERT_TRUE(registerAndWait(alpha));
     expectLine(m_sink, tag + "registered");
+    expectLine(m_sink, "[DEBUG] [EventHandler::CatchUpMutex] catchup mutex[alpha]");
     int param = 0;
     send(alpha.getId(), 10, "ten", &param);
     EXPECT_EQ(events->Register(&alpha), alpha.getId()); // active already: no second greeting
