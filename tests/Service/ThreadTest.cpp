@@ -29,9 +29,9 @@ TEST(ThreadTest, LifecycleFromParkedToRunningToFinishedAndNeverStartedThreadsEnd
     worker.release = false;
     ASSERT_TRUE(worker.Start());
     ASSERT_TRUE(waitFor([&] { return worker.runs == 2; }));
-    EXPECT_FALSE(worker.stopSeenAtStart);
-    EXPECT_TRUE(worker.Stop(true)); // cancellation is disabled: Run() ends on the flag
-    EXPECT_EQ(worker.getState(), 2);
+    // Cancellation is disabled: Run() ends on the flag.
+    EXPECT_TRUE(worker.Stop(true) && worker.getState() == 2 && !worker.stopSeenAtStart)
+        << worker.getState();
 
     // A Run() that returns before Start() has moved the state to running must
     // keep its 2, or Wait(-1) and the thread reaper would wait for ever. A

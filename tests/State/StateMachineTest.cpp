@@ -69,8 +69,8 @@ TEST_F(StateMachineTest, StepsAreRecordedEventsDriveTheMachineAndAFailingCallbac
     new Transition(&a, &a, 2, nullptr);
     // Post states are chosen by name; the last one added is the current one.
     Transition* byName = new Transition(&a, 3, kRenumber);
-    EXPECT_EQ(a.transitions.At(3), byName); // the source owns it now
-    EXPECT_EQ(byName->getPostState(), nullptr);
+    // The source owns it now.
+    EXPECT_TRUE(a.transitions.At(3) == byName && byName->getPostState() == nullptr);
     byName->AddPostState(&b);
     byName->AddPostState(&c);
     byName->AddPostState(nullptr); // nothing to add
@@ -82,11 +82,11 @@ TEST_F(StateMachineTest, StepsAreRecordedEventsDriveTheMachineAndAFailingCallbac
     new Transition(&a, &b, 6, reinterpret_cast<void*>(&dropPostState));
     EventMessage m(0, 1, "", nullptr, nullptr, nullptr);
     EXPECT_EQ(a.OnTransition(&m, &unit), &b);
-    EXPECT_EQ(g_actions, 1);
-    EXPECT_EQ(g_machineSeen.load(), static_cast<void*>(&unit));
     ASSERT_EQ(unit.getHistory()->Count(), 1);
-    EXPECT_EQ(record(unit, 0)->getTransition(), toB);
-    EXPECT_EQ(record(unit, 0)->getEventId(), 1001); // read after the action
+    // The record's event id is read after the action.
+    EXPECT_EQ(std::make_tuple(g_actions, g_machineSeen.load(), record(unit, 0)->getTransition(),
+                              record(unit, 0)->getEventId()),
+              std::make_tuple(1, static_cast<void*>(&unit), toB, 1001));
 
     m.setEventId(2); // back to itself: still a step in the history
     EXPECT_EQ(a.OnTransition(&m, &unit), &a);

@@ -49,10 +49,6 @@ TestConfig::TestConfig(const ConfigEntries& entries) {
     setenv("VEMLO_WORKING_DIRECTORY", m_dir.path().c_str(), 1);
 }
 
-TestConfig::~TestConfig() {
-    Vemlo::Config::ConfigurationManager::DestroyManager();
-}
-
 void ConfiguredTest::TearDown() {
     Vemlo::Event::EventHandler::DestroyInstance();
     Vemlo::Service::ThreadMemoryRemover::DestroyInstance();

@@ -44,8 +44,8 @@ public:
     // VEMLO_WORKING_DIRECTORY (overwriting it). Fails the test (ADD_FAILURE)
     // when the folder cannot be written.
     explicit TestConfig(const ConfigEntries& entries = {});
-    // DestroyManager(), then the folder goes.
-    ~TestConfig(); // not copyable: it owns its folder
+    // DestroyManager(), then the folder goes. Not copyable: it owns its folder.
+    ~TestConfig() { Vemlo::Config::ConfigurationManager::DestroyManager(); }
 
     // The value VEMLO_WORKING_DIRECTORY was set to.
     const std::string& workingDirectory() const { return m_dir.path(); }

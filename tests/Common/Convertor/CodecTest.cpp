@@ -73,6 +73,53 @@ const char* const kSpPlain = "6bc1bee22e409f96e93d7e117393172aae2d8a571e03ac9c9e
                              "30c81c46a35ce411e5fbc1191a0a52eff69f2445df4f9b17ad2b417be66c3710";
 const char* const kSpKey = "2b7e151628aed2a6abf7158809cf4f3c";
 
+const char* chars(const Bytes& b) {
+    return reinterpret_cast<const char*>(b.data());
+}
+char* chars(Bytes& b) {
+    return reinterpret_cast<char*>(b.data());
+}
+std::string KeyHex(RijnDaelEx& r) {
+    const auto* key = reinterpret_cast<unsigned char*>(r.getKey());
+    return ToHex(Bytes(key, key + 16));
+}
+
+Bytes EncryptOne(RijnDaelEx& r, const unsigned char* block) {
+    Bytes out(16);
+    r.EncBlock(reinterpret_cast<const char*>(block), chars(out));
+    return out;
+}
+
+// The result and the first `shown` bytes of the buffer (of the promised size,
+// preset to 0xee) after decoding `text`.
+std::string Decode(const std::string& text, size_t shown) {
+    Bytes in(text.c_str(), text.c_str() + text.size() + 1), buffer(text.size() / 4 * 3 + 3, 0xee);
+    const int n = Base64::_base64_decode(in.data(), 0, buffer.data());
+    return std::to_string(n) + ":" + std::string(buffer.begin(), buffer.begin() + shown);
+}
+
+// The text and its reported length, checked to be one more than the text's.
+std::string EncodeC(Base64C& codec, Bytes in) {
+    int outLen = 0;
+    const std::string result =
+        Take(codec.Base64Encode(in.data(), static_cast<int>(in.size()), &outLen));
+    EXPECT_EQ(outLen, static_cast<int>(result.size()) + 1);
+    return result;
+}
+
+// Decodes the first `len` characters of `text` into a buffer of exactly the
+// promised size, len * 3 / 4, and checks nothing is written past it.
+std::string DecodeC(Base64C& codec, const std::string& text, int len = -1) {
+    len = len == -1 ? static_cast<int>(text.size()) : len;
+    Bytes in(text.begin(), text.end());
+    const size_t promised = len > 0 ? static_cast<size_t>(len) * 3 / 4 : 0;
+    Bytes out(promised + 1, 0xee);
+    const int n = codec.Base64Decode(in.data(), len, out.data());
+    EXPECT_TRUE(n >= 0 && static_cast<size_t>(n) <= promised) << n;
+    EXPECT_EQ(out[promised], 0xee);
+    return std::string(out.begin(), out.begin() + std::max(n, 0));
+}
+
 } // namespace
 
 // The tables are computed at compile time, so a fault there changes many
@@ -154,27 +201,6 @@ TEST(AesDeathTest, CbcBadArgumentsAbortWithTheAssertionText) {
                  "\\(AES_DECRYPT_ == nEnc\\)' failed");
 }
 
-namespace {
-
-const char* chars(const Bytes& b) {
-    return reinterpret_cast<const char*>(b.data());
-}
-char* chars(Bytes& b) {
-    return reinterpret_cast<char*>(b.data());
-}
-std::string KeyHex(RijnDaelEx& r) {
-    const auto* key = reinterpret_cast<unsigned char*>(r.getKey());
-    return ToHex(Bytes(key, key + 16));
-}
-
-Bytes EncryptOne(RijnDaelEx& r, const unsigned char* block) {
-    Bytes out(16);
-    r.EncBlock(reinterpret_cast<const char*>(block), chars(out));
-    return out;
-}
-
-} // namespace
-
 // Enc is Aes with a 128-bit key (checked above) block by block, for random
 // keys; it copies a tail of under 16 bytes as it is, and Dec, in place,
 // undoes it.
@@ -241,40 +267,6 @@ TEST(RijnDaelExTest, EncIsAes128ByBlockCopiesTheTailMatchesFips197AndRotatesKeys
     objects[0].Enc(chars(in) + 19, chars(one) + 19, 1);
     EXPECT_EQ(one, Bytes(in.begin(), in.begin() + 20));
 }
-
-namespace {
-
-// The result and the first `shown` bytes of the buffer (of the promised size,
-// preset to 0xee) after decoding `text`.
-std::string Decode(const std::string& text, size_t shown) {
-    Bytes in(text.c_str(), text.c_str() + text.size() + 1), buffer(text.size() / 4 * 3 + 3, 0xee);
-    const int n = Base64::_base64_decode(in.data(), 0, buffer.data());
-    return std::to_string(n) + ":" + std::string(buffer.begin(), buffer.begin() + shown);
-}
-
-// The text and its reported length, checked to be one more than the text's.
-std::string EncodeC(Base64C& codec, Bytes in) {
-    int outLen = 0;
-    const std::string result =
-        Take(codec.Base64Encode(in.data(), static_cast<int>(in.size()), &outLen));
-    EXPECT_EQ(outLen, static_cast<int>(result.size()) + 1);
-    return result;
-}
-
-// Decodes the first `len` characters of `text` into a buffer of exactly the
-// promised size, len * 3 / 4, and checks nothing is written past it.
-std::string DecodeC(Base64C& codec, const std::string& text, int len = -1) {
-    len = len == -1 ? static_cast<int>(text.size()) : len;
-    Bytes in(text.begin(), text.end());
-    const size_t promised = len > 0 ? static_cast<size_t>(len) * 3 / 4 : 0;
-    Bytes out(promised + 1, 0xee);
-    const int n = codec.Base64Decode(in.data(), len, out.data());
-    EXPECT_TRUE(n >= 0 && static_cast<size_t>(n) <= promised) << n;
-    EXPECT_EQ(out[promised], 0xee);
-    return std::string(out.begin(), out.begin() + std::max(n, 0));
-}
-
-} // namespace
 
 // RFC 4648 section 10, both ways with both codecs; the plain encoder reports
 // one more than the characters when the input length is a multiple of 3.

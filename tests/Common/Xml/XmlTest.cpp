@@ -39,6 +39,33 @@ std::string loaded(const char* xml) {
     return out;
 }
 
+// A random tree that the writer and the scanner agree on: values only on
+// leaves, no markup in text, no blank at either end of a value, and names
+// that never repeat along a path (an element is cut at the first end tag of
+// its name).
+void grow(Node* node, std::mt19937& rng, int depth, int& budget) {
+    static const char kText[] = "abcdefghijklmnopqrstuvwxyz0123456789 .,:;=_-+/()[]{}!?*#";
+    auto word = [&](int maxLength, bool blanks) {
+        std::string s(1, 'w'); // no blank at either end
+        for (int i = int(rng() % maxLength); i > 0; --i)
+            s += kText[rng() % (blanks ? sizeof(kText) - 1 : 36)];
+        return s + "w";
+    };
+    for (int i = int(rng() % 4) - 1; i >= 0; --i)
+        node->addAttribute(
+            new Attribute(("k" + std::to_string(i)).c_str(), word(12, true).c_str()));
+    const int children = depth < 6 && budget > 0 ? int(rng() % 5) : 0;
+    if (children == 0) {
+        node->setValue(word(20, true).c_str());
+        return;
+    }
+    for (int i = 0; i < children && budget-- > 0; ++i) {
+        Node* child = new Node(("d" + std::to_string(depth + 1) + "_" + word(6, false)).c_str());
+        node->addChild(child);
+        grow(child, rng, depth + 1, budget);
+    }
+}
+
 } // namespace
 
 // Searches are pre-order and include the starting node. Ownership mistakes
@@ -117,37 +144,6 @@ TEST(NodeTest, DeepTreesNeedNoRecursion) {
     EXPECT_EQ(out.size(), size_t(kDepth - 1) * 17 + 18);
     delete root;
 }
-
-namespace {
-
-// A random tree that the writer and the scanner agree on: values only on
-// leaves, no markup in text, no blank at either end of a value, and names
-// that never repeat along a path (an element is cut at the first end tag of
-// its name).
-void grow(Node* node, std::mt19937& rng, int depth, int& budget) {
-    static const char kText[] = "abcdefghijklmnopqrstuvwxyz0123456789 .,:;=_-+/()[]{}!?*#";
-    auto word = [&](int maxLength, bool blanks) {
-        std::string s(1, 'w'); // no blank at either end
-        for (int i = int(rng() % maxLength); i > 0; --i)
-            s += kText[rng() % (blanks ? sizeof(kText) - 1 : 36)];
-        return s + "w";
-    };
-    for (int i = int(rng() % 4) - 1; i >= 0; --i)
-        node->addAttribute(
-            new Attribute(("k" + std::to_string(i)).c_str(), word(12, true).c_str()));
-    const int children = depth < 6 && budget > 0 ? int(rng() % 5) : 0;
-    if (children == 0) {
-        node->setValue(word(20, true).c_str());
-        return;
-    }
-    for (int i = 0; i < children && budget-- > 0; ++i) {
-        Node* child = new Node(("d" + std::to_string(depth + 1) + "_" + word(6, false)).c_str());
-        node->addChild(child);
-        grow(child, rng, depth + 1, budget);
-    }
-}
-
-} // namespace
 
 // The text is read with the scanner rules files rely on; written files load
 // back into the same tree; failures throw with their code.
