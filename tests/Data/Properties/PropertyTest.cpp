@@ -10,6 +10,8 @@
 #include <filesystem>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 using namespace Vemlo::Data::Properties;
@@ -186,8 +188,13 @@ TEST_F(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     XmlProperty early;
     early.setValue("New", "1");
     EXPECT_EQ(early.Update(path.c_str()), 1);
-    // What is no plain file is opened as it is: a full device, a folder.
-    EXPECT_EQ(early.Update("/dev/full") + early.Update(dir.path().c_str()), 0);
+    // What is no plain file is opened as it is: a full device (a node of the test's own,
+    // which a faulty library could replace unharmed; the folder where none can be made),
+    // a folder.
+    const std::string full = dir.file("full");
+    const bool made = mknod(full.c_str(), S_IFCHR | 0666, makedev(1, 7)) == 0;
+    EXPECT_EQ(early.Update((made ? full : dir.path()).c_str()) + early.Update(dir.path().c_str()),
+              0);
     EXPECT_EQ(ReadFile(path), "\n<FileProperty>\n<Other>1</Other>\n<New>1</New>\n</FileProperty>");
     // Nothing without a path, nor where the file cannot be made.
     EXPECT_EQ(XmlProperty().Load(nullptr) + XmlProperty().Update(dir.file("no/p").c_str()), 0);
