@@ -26,18 +26,14 @@ static thread_local long t_allocationsBeforeFailure = -1;
 // The library's deletes go to the standard operator delete, which frees.
 void* operator new(std::size_t size) {
     // One failure, then memory comes back: the count ends at -1.
-    void* block = t_allocationsBeforeFailure >= 0 && t_allocationsBeforeFailure-- == 0
-                      ? nullptr
-                      : std::malloc(size == 0 ? 1 : size);
-    if (block == nullptr)
-        throw std::bad_alloc();
-    return block;
+    const bool fail = t_allocationsBeforeFailure >= 0 && t_allocationsBeforeFailure-- == 0;
+    if (void* block = fail ? nullptr : std::malloc(size == 0 ? 1 : size))
+        return block;
+    throw std::bad_alloc();
 }
 
 using namespace Vemlo;
 using namespace VemloTest;
-
-namespace {
 
 // Runs `call` with each of its allocations failing in turn, then with none
 // failing (at most 10000 allocations), and checks what it gave: `success` on
@@ -46,8 +42,8 @@ namespace {
 // std::bad_alloc" for the standard one). The allocations, and so the failures
 // met, differ between platforms; the results allowed do not.
 template <class Call>
-void ExpectEachAllocationFailing(Call call, const std::string& success,
-                                 std::set<std::string> failures) {
+static void ExpectEachAllocationFailing(Call call, const std::string& success,
+                                        std::set<std::string> failures) {
     failures.insert(success);
     for (long n = 0; n < 10000; ++n) {
         std::unique_ptr<Common::Exception> error;
@@ -76,8 +72,6 @@ void ExpectEachAllocationFailing(Call call, const std::string& success,
 
 using OutOfMemoryTest = ConfiguredTest;
 
-} // namespace
-
 // A property error becomes the configuration's 7201; the XML reader's own
 // passes through.
 TEST_F(OutOfMemoryTest, EachAllocationFailingGivesTheResultOrTheFailureAsReported) {
@@ -85,8 +79,8 @@ TEST_F(OutOfMemoryTest, EachAllocationFailingGivesTheResultOrTheFailureAsReporte
     Event::EventHandler* events = Event::EventHandler::getInstance();
     ExpectEachAllocationFailing([&] { return events->SendEventMsg(&message); }, "0",
                                 {"7301 Cannot Send Event [std::bad_alloc]"});
-    const std::string path = m_config.workingDirectory() + "/p.config";
-    const std::string xml = "7241 Error to load xml document : std::bad_alloc";
+    const std::string path = m_config.workingDirectory() + "/p.config",
+                      xml = "7241 Error to load xml document : std::bad_alloc";
     WriteFile(path, "<FileProperty><A><B>1</B></A></FileProperty>");
     ExpectEachAllocationFailing(
         [&] {

@@ -35,8 +35,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace NetTest {
-
 // The configuration the log channels are read from; the logger registry and
 // the configuration go (with their semaphore sets) at the end. SIGPIPE is
 // ignored: a send to a vanished peer must return, not end the program.
@@ -79,11 +77,10 @@ int portOf(int fd) {
     return ntohs(address.sin_port);
 }
 
-} // namespace NetTest
-
-using NetTest::isOpen;
-using NetTest::text;
-using Vemlo::Net::NetException;
+using namespace Vemlo::Net;
+using VemloTest::HttpRequest;
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 // When set, connect() finishes the real handshake (to a listening server)
 // before it returns, so that a non-blocking connect completes at once, as it
@@ -108,7 +105,7 @@ using Results = std::vector<int>;
 using Got = std::pair<int, std::string>;
 
 // A client that takes over one end of a socket pair made by the test.
-struct PairClient : NetTest::Open<Vemlo::Net::Socket::ClientBase> {
+struct PairClient : Open<Vemlo::Net::Socket::ClientBase> {
     explicit PairClient(int type = SOCK_STREAM) {
         socketpair(AF_UNIX, type, 0, pair);
         m_nSocket = pair[0];
@@ -118,11 +115,11 @@ struct PairClient : NetTest::Open<Vemlo::Net::Socket::ClientBase> {
     int pair[2] = {-1, -1};
 };
 
-struct Server : NetTest::Open<Vemlo::Net::Socket::TCPServer> {
-    int port() { return NetTest::portOf(fd()); }
+struct Server : Open<Vemlo::Net::Socket::TCPServer> {
+    int port() { return portOf(fd()); }
 };
-using Client = NetTest::Open<Vemlo::Net::Socket::TCPClient>;
-using UDSClient = NetTest::Open<Vemlo::Net::Socket::UDSClient>;
+using Client = Open<Vemlo::Net::Socket::TCPClient>;
+using UDSClient = Open<Vemlo::Net::Socket::UDSClient>;
 
 // The client sends more than the socket buffers hold at once (so sends return
 // short) to the peer at `accepted` (a descriptor the server's Accept gave),
@@ -260,7 +257,7 @@ TEST(TCPClientTest, ConnectsRefusedTimedOutOrDoneAtOnceThrowOthersTalkEvenOnSock
     // closes a bound socket, the HTTP client's cases see: they count descriptors).
     { Server unused; }
     { Client unused; }
-    EXPECT_TRUE(NetTest::isOpen(0));
+    EXPECT_TRUE(isOpen(0));
 
     // A daemon may run with descriptor 0 closed, so its first socket is 0. And
     // select() cannot watch a descriptor from FD_SETSIZE on: such a socket still
@@ -282,7 +279,7 @@ TEST(TCPClientTest, ConnectsRefusedTimedOutOrDoneAtOnceThrowOthersTalkEvenOnSock
         GTEST_SKIP() << "no descriptor past " << FD_SETSIZE << " allowed";
     std::vector<int> fillers; // every lower descriptor taken
     for (int fd = 0; fd < FD_SETSIZE; ++fd)
-        if (!NetTest::isOpen(fd))
+        if (!isOpen(fd))
             fillers.push_back(dup2(0, fd));
     const int connected = client.Connect(text("127.0.0.1"), 0, server.port());
     for (int fd : fillers)
@@ -331,13 +328,6 @@ TEST(UDSClientTest, TalksOverAReplacedFileCutAt107CharactersAndWithoutAServerCan
     EXPECT_EQ(lonely.fd(), -1); // closed and not kept
 }
 
-using namespace Vemlo::Net;
-using VemloTest::HttpRequest;
-namespace fs = std::filesystem;
-using namespace std::chrono_literals;
-
-namespace {
-
 const size_t kHead = 94; // the size of every head the Python peer sends
 
 // 'a' + i % 26, the body the Python peer sends.
@@ -368,7 +358,7 @@ protected:
              const char* method = "POST") {
         return WebPostMessage::SimpleHTTPMethod(peer.url(path).c_str(), body, method, out);
     }
-    static std::string folder() { return NetTest::g_env->config->workingDirectory(); }
+    static std::string folder() { return g_env->config->workingDirectory(); }
     // Takes a spool number and returns it: the next exchange that spools uses the one after.
     static int takeSpoolNumber() {
         const std::string path = WebPostMessage::GetTempFilePath();
@@ -379,15 +369,13 @@ protected:
         VemloTest::ConfigEntries entries{{"Base.Log.Level", "DEBUG"}};
         if (!tempPath.empty())
             entries.emplace_back("Base.Http.TempPath", tempPath);
-        ASSERT_TRUE(VemloTest::WriteXmlPropertyFile(NetTest::g_env->config->file(), entries));
+        ASSERT_TRUE(VemloTest::WriteXmlPropertyFile(g_env->config->file(), entries));
         Vemlo::Config::ConfigurationManager::DestroyManager();
     }
 
     VemloTest::HttpPeer peer;
     size_t m_descriptors = 0;
 };
-
-} // namespace
 
 // Then URLs are split, failed exchanges give 0 and spool paths come from the
 // configuration.
@@ -420,7 +408,7 @@ TEST_F(WebPostMessageTest, RepliesGiveTheTextAfterTheBlankLineUrlsAreSplitSpoolP
         close(input >= 0 ? 0 : -1);
         EXPECT_EQ(post(c.path, &out, c.body.c_str(), &c == cases ? "PUT" : nullptr), c.result);
         if (input >= 0) {
-            EXPECT_FALSE(NetTest::isOpen(0)); // the socket is closed
+            EXPECT_FALSE(isOpen(0)); // the socket is closed
             dup2(input, 0);
             close(input);
         }
@@ -449,16 +437,16 @@ TEST_F(WebPostMessageTest, RepliesGiveTheTextAfterTheBlankLineUrlsAreSplitSpoolP
     PostObject fresh; // no receive buffer yet: nothing is read
     EXPECT_EQ(WebPostMessage::MessageReceive(&fresh), 0);
     String out("kept");
-    NetTest::Open<Socket::TCPServer> bound; // not listening: connections are refused
-    bound.Bind(0, NetTest::text("127.0.0.1"));
-    const std::string refused = "http://127.0.0.1:" + std::to_string(NetTest::portOf(bound.fd()));
+    Open<Socket::TCPServer> bound; // not listening: connections are refused
+    bound.Bind(0, text("127.0.0.1"));
+    const std::string refused = "http://127.0.0.1:" + std::to_string(portOf(bound.fd()));
     EXPECT_EQ(WebPostMessage::SimpleHTTPMethod((refused + "/x").c_str(), "a=1", "POST", &out), 0);
     EXPECT_EQ(WebPostMessage::SimpleHTTPMethod(nullptr, "", "POST", &out), 0);
     // Kept behaviour: an unresolvable host closes the object's socket, still
     // 0, which is standard input; it is put back afterwards.
     const int saved = dup(0);
     EXPECT_EQ(WebPostMessage::SimpleHTTPMethod("http://bad host/form", "a=1", "POST", &out), 0);
-    EXPECT_FALSE(NetTest::isOpen(0));
+    EXPECT_FALSE(isOpen(0));
     ASSERT_EQ(dup2(saved, 0), 0);
     close(saved);
     EXPECT_EQ(out, "kept");
@@ -468,7 +456,7 @@ TEST_F(WebPostMessageTest, RepliesGiveTheTextAfterTheBlankLineUrlsAreSplitSpoolP
     const int first = takeSpoolNumber();
     EXPECT_EQ(WebPostMessage::GetTempFilePath(), "_" + std::to_string(first + 1));
     // Only a configuration that cannot be read gives the built-in folder.
-    VemloTest::WriteFile(NetTest::g_env->config->file(), "");
+    VemloTest::WriteFile(g_env->config->file(), "");
     Vemlo::Config::ConfigurationManager::DestroyManager();
     testing::internal::CaptureStdout();
     EXPECT_EQ(WebPostMessage::GetTempFilePath(),
@@ -536,7 +524,7 @@ TEST(WebPostMessageStepsTest, StepsExchangeOverASocketAndReportAVanishedPeer) {
     EXPECT_EQ(WebPostMessage::SendBytes(pair[0], data, 3), -1);
     EXPECT_EQ(WebPostMessage::MessageExchange(&post), 2002);
     EXPECT_EQ(WebPostMessage::ConnectionClose(&post), 0);
-    EXPECT_TRUE(post.m_nSocket == -1 && !NetTest::isOpen(pair[0])) << post.m_nSocket;
+    EXPECT_TRUE(post.m_nSocket == -1 && !isOpen(pair[0])) << post.m_nSocket;
     EXPECT_EQ(WebPostMessage::HTTPPostMethod(nullptr), 0);
     EXPECT_EQ(WebPostMessage::ServerConnect(nullptr), 1001);
     EXPECT_EQ(WebPostMessage::MessageSend(nullptr), 2002);

@@ -121,19 +121,15 @@ struct Watchdog {
 // is set to the lowest free one), as when a program has used them all up.
 // The sanitizers' checks open descriptors of their own: cases that use it
 // are built only without them (VEMLO_TEST_WITHOUT_SANITIZER).
-class WithoutFreeDescriptors {
-public:
+struct WithoutFreeDescriptors {
     WithoutFreeDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &m_saved);
-        rlimit none = m_saved;
-        none.rlim_cur = static_cast<rlim_t>(dup(0)); // every one below it is taken
+        getrlimit(RLIMIT_NOFILE, &saved);
+        rlimit none{static_cast<rlim_t>(dup(0)), saved.rlim_max}; // every one below it is taken
         close(static_cast<int>(none.rlim_cur));
         EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
     }
-    ~WithoutFreeDescriptors() { setrlimit(RLIMIT_NOFILE, &m_saved); }
-
-private:
-    rlimit m_saved;
+    ~WithoutFreeDescriptors() { setrlimit(RLIMIT_NOFILE, &saved); }
+    rlimit saved;
 };
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define VEMLO_TEST_WITHOUT_SANITIZER 1

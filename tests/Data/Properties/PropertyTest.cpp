@@ -191,9 +191,9 @@ TEST_F(XmlPropertyTest, LoadCreatesMissingFilesAndMakesLeavesDottedEntries) {
     // What is no plain file is opened as it is: a full device (a node of the test's own,
     // which a faulty library could replace unharmed; the folder where none can be made),
     // a folder.
-    const std::string full = dir.file("full");
-    const bool made = mknod(full.c_str(), S_IFCHR | 0666, makedev(1, 7)) == 0;
-    EXPECT_EQ(early.Update((made ? full : dir.path()).c_str()) + early.Update(dir.path().c_str()),
+    const bool made = mknod(dir.file("full").c_str(), S_IFCHR | 0666, makedev(1, 7)) == 0;
+    EXPECT_EQ(early.Update((made ? dir.file("full") : dir.path()).c_str()) +
+                  early.Update(dir.path().c_str()),
               0);
     EXPECT_EQ(ReadFile(path), "\n<FileProperty>\n<Other>1</Other>\n<New>1</New>\n</FileProperty>");
     // Nothing without a path, nor where the file cannot be made.
