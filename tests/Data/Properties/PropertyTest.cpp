@@ -290,7 +290,10 @@ TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
         for (int k = 0; xml && k < 10; ++k)
             WriteFile(real + ".tmp." + std::to_string(getpid()) + "." + std::to_string(k), "");
         p->setValue("A", "2");
+        const int input = dup(0);
+        close(0); // as a daemon may run: what an update opens gets 0, and is closed again
         EXPECT_EQ(p->Update(link.c_str()), xml ? 1 : 0);
+        EXPECT_EQ(dup(0), -1);
         EXPECT_TRUE(fs::is_symlink(fs::symlink_status(link)));
         EXPECT_EQ(fs::status(real).permissions(), fs::perms(0604));
         const auto text = [xml](const char* value) {
@@ -304,9 +307,7 @@ TEST_F(FilePropertyTest, UpdateReplacesTheFileBehindALinkAndKeepsItsMode) {
         // the change; mv gives a plain-text file a new one.
         ASSERT_EQ(::link(real.c_str(), folder.file("hard").c_str()), 0);
         p->setValue("A", "3");
-        const int input = dup(0);
-        close(0); // as a daemon may run: the file written in place opens as 0
-        p->Update(link.c_str());
+        p->Update(link.c_str()); // the file written in place opens as 0
         dup2(input, 0);
         close(input);
         EXPECT_EQ(ReadFile(folder.file("hard")), text(xml ? "3" : "2"));
