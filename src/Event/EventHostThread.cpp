@@ -112,7 +112,11 @@ bool EventHostThread::WaitMessage(EventMessage* out) {
             break;
     }
 
-    EventMessage* next = queue->head(); // not null: only this thread removes
+    // Only this thread removes, so the queue still holds what the loop saw;
+    // a null there can only come from a subclass, through the protected queue.
+    EventMessage* next = queue->head();
+    if (next == nullptr)
+        return false;
     // Busy from here on. A message can be taken without passing the gate
     // (the queue was not empty); the status must still leave 0, or the
     // dispatcher, which waits while it is 0, would wait out its whole second

@@ -62,8 +62,8 @@ public:
         m_elements.push_back(message);
     }
 
-    // At(0): the first message, null when the list is empty (a message
-    // queued is never null).
+    // At(0): the first message, null when the list is empty. The library
+    // never queues a null; a threaded host's subclass reaches its queue.
     EventMessage* head() {
         PassLock();
         Guard guard(lock);
